@@ -1,0 +1,26 @@
+# What all our targets share. Call it once on every library and program:
+#   trustlib_target(<target> STD <14|17|20> [LIBRARY_NAME <alias>])
+# It sets the language level, the warnings, hidden symbols, the project's root
+# as include path and the sanitizers; LIBRARY_NAME adds the alias trustlib::<alias>.
+function(trustlib_target target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "STD;LIBRARY_NAME" "")
+  set_target_properties(${target} PROPERTIES
+    CXX_STANDARD ${arg_STD} CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF
+    C_STANDARD 11 C_STANDARD_REQUIRED ON
+    CXX_VISIBILITY_PRESET hidden C_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic
+                         $<$<BOOL:${TRUSTLIB_WERROR}>:-Werror>)
+  # A build against OpenSSL 3 cannot even see what is deprecated there.
+  target_compile_definitions(${target} PRIVATE OPENSSL_API_COMPAT=0x10101000L
+    $<$<VERSION_GREATER_EQUAL:${OPENSSL_VERSION},3.0>:OPENSSL_NO_DEPRECATED>)
+  target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+  if(TRUSTLIB_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${TRUSTLIB_SANITIZE}
+                           -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(${target} PRIVATE -fsanitize=${TRUSTLIB_SANITIZE})
+  endif()
+  if(arg_LIBRARY_NAME)
+    add_library(trustlib::${arg_LIBRARY_NAME} ALIAS ${target})
+  endif()
+endfunction()
