@@ -12,8 +12,9 @@ function(trustlib_target target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic
                          $<$<BOOL:${TRUSTLIB_WERROR}>:-Werror>)
   # A build against OpenSSL 3 cannot even see what is deprecated there.
-  target_compile_definitions(${target} PRIVATE OPENSSL_API_COMPAT=0x10101000L
-    $<$<VERSION_GREATER_EQUAL:${OPENSSL_VERSION},3.0>:OPENSSL_NO_DEPRECATED>)
+  if(OPENSSL_VERSION VERSION_GREATER_EQUAL 3.0)
+    target_compile_definitions(${target} PRIVATE OPENSSL_API_COMPAT=30000 OPENSSL_NO_DEPRECATED)
+  endif()
   target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
   if(TRUSTLIB_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${TRUSTLIB_SANITIZE}
