@@ -36,25 +36,30 @@ enum toolkit_provider_state {
 typedef struct toolkit_context toolkit_context_t;
 typedef struct toolkit_hash toolkit_hash_t;
 
-/* Called now and then during long hashing; null where nobody wants it. */
+/* Called after every 64 KiB of an update that has more to come; null where nobody
+ * wants it. It must not touch the hash. */
 typedef void (*toolkit_yield_t)(void* argument);
 
-/* Makes a context with default settings; the caller destroys it. */
+/* Makes a context with default settings; the caller destroys it. On failure
+ * `*context` is untouched. */
 int toolkit_context_create(toolkit_context_t** context);
 /* Frees the context; null is welcome. No hash of it may still run. */
 void toolkit_context_destroy(toolkit_context_t* context);
 
-/* Registers the cryptographic provider with the context. */
+/* Registers the cryptographic provider with the context, uninitialised; once is
+ * enough, and again changes nothing. */
 int toolkit_provider_register(toolkit_context_t* context);
-/* Stores the provider's state, one of toolkit_provider_state. */
+/* Stores the provider's state, one of toolkit_provider_state; TOOLKIT_NO_PROVIDER
+ * before one is registered. */
 int toolkit_provider_state(const toolkit_context_t* context, int* state);
-/* Readies the provider. */
+/* Readies the provider; one that is ready stays so. */
 int toolkit_provider_initialize(toolkit_context_t* context);
 
-/* Begins a SHA-1 computation with a digest of `digest_length` (20) bytes. */
+/* Begins a SHA-1 computation with a digest of `digest_length` (20) bytes, which
+ * toolkit_hash_end frees. On failure `*hash` is untouched. */
 int toolkit_sha1_begin(toolkit_context_t* context, unsigned int digest_length,
                        toolkit_yield_t yield, void* yield_argument, toolkit_hash_t** hash);
-/* Feeds `length` bytes. */
+/* Feeds `length` bytes; null `data` is welcome when there are none. */
 int toolkit_hash_update(toolkit_hash_t* hash, const unsigned char* data, unsigned int length);
 /* Writes the digest (null `digest` discards it) and frees the computation. On
  * failure the computation stays and must still be ended, with a null digest,
@@ -62,10 +67,12 @@ int toolkit_hash_update(toolkit_hash_t* hash, const unsigned char* data, unsigne
 int toolkit_hash_end(toolkit_hash_t* hash, unsigned char* digest);
 
 /* Base64 as of RFC 4648: its alphabet, padded, without line breaks, and strict
- * when decoding (unused bits must be zero). `*output_length` is the size of `output` going in and, on
- * success only, the bytes of the result coming out; a null `output` asks for that
- * length alone. A failure writes nothing past `*output_length` bytes and leaves
- * `*output_length` as it was. Encoded text gets no terminating NUL. */
+ * when decoding (unused bits must be zero). `*output_length` is the size of
+ * `output` going in and, on success only, the bytes of the result coming out; a
+ * null `output` asks for that length alone, which decoding answers only for a text
+ * that it would take. A failure writes nothing and leaves `*output_length` as it
+ * was; a success writes no byte past the result, and no terminating NUL. The
+ * input may be null when `length` is 0, which gives an empty result. */
 int toolkit_base64_encode(const unsigned char* data, unsigned int length, char* output,
                           unsigned int* output_length);
 int toolkit_base64_decode(const char* text, unsigned int length, unsigned char* output,
