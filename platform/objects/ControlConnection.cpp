@@ -1,0 +1,122 @@
+#include "platform/objects/ControlConnection.h"
+
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <utility>
+
+#include <asio/error.hpp>
+
+#include "platform/objects/ControlServer.h"
+
+namespace {
+
+bool wouldBlock(int error) {
+  return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+}
+
+// Messages that nobody will read. A socket closed with some left would make the
+// kernel reset the connection, and the client would lose its answer.
+void discardInput(int fd) {
+  constexpr int kMost = 64;
+  char byte = 0;
+  for (int i = 0; i<kMost&& ::recv(fd, &byte, sizeof byte, MSG_DONTWAIT)> 0; ++i) {
+  }
+}
+
+}  // namespace
+
+ControlConnection::ControlConnection(asio::io_context& loop, int fd, Hooks hooks)
+    : descriptor_(loop, fd), idle_(loop), hooks_(std::move(hooks)) {}
+
+void ControlConnection::start(std::size_t maxRequestBytes, std::chrono::milliseconds idleLimit) {
+  idle_.expires_after(idleLimit);
+  idle_.async_wait([self = shared_from_this()](const asio::error_code& error) {
+    if (!error && !self->asked_) self->close();
+  });
+  waitForRequest(maxRequestBytes);
+}
+
+void ControlConnection::waitForRequest(std::size_t maxRequestBytes) {
+  descriptor_.async_wait(
+      asio::posix::descriptor_base::wait_read,
+      [self = shared_from_this(), maxRequestBytes](const asio::error_code& error) {
+        if (error) return self->close();
+        std::string text(maxRequestBytes, '\0');
+        // With MSG_TRUNC the result is the length of the message, not of what fitted.
+        const ssize_t length = ::recv(self->descriptor_.native_handle(), text.data(), text.size(),
+                                      MSG_DONTWAIT | MSG_TRUNC);
+        if (length < 0 && wouldBlock(errno)) return self->waitForRequest(maxRequestBytes);
+        if (length < 0) return self->close();
+        self->asked_ = true;
+        self->idle_.cancel();
+        // A client that has gone reads as empty too; sending to it just closes.
+        if (length == 0) return self->answer(makeErrorAnswer("the request is empty"));
+        if (static_cast<std::size_t>(length) > maxRequestBytes) {
+          return self->answer(makeErrorAnswer("the request is longer than " +
+                                              std::to_string(maxRequestBytes) + " bytes"));
+        }
+        text.resize(static_cast<std::size_t>(length));
+        self->watchForHangup();
+        self->hooks_.requested(self, self->describeRequest(std::move(text)));
+      });
+}
+
+ControlRequest ControlConnection::describeRequest(std::string text) const {
+  ControlRequest request;
+  request.text = std::move(text);
+  request.cancelled = cancellation_.get_token();
+  ucred peer = {};
+  socklen_t length = sizeof peer;
+  // native_handle() is not const, though asking changes nothing.
+  const int fd = const_cast<asio::posix::stream_descriptor&>(descriptor_).native_handle();
+  if (::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0) {
+    request.pid = peer.pid;
+    request.uid = peer.uid;
+    request.gid = peer.gid;
+  }
+  return request;
+}
+
+// Waits for the error condition, which a hang-up raises and a further message does
+// not: waiting for input would spin on a client that writes twice.
+void ControlConnection::watchForHangup() {
+  descriptor_.async_wait(asio::posix::descriptor_base::wait_error,
+                         [self = shared_from_this()](const asio::error_code& error) {
+                           if (!error) self->cancellation_.request_stop();
+                         });
+}
+
+void ControlConnection::answer(std::string text) {
+  answer_ = std::move(text);
+  answering_ = true;
+  send();
+}
+
+void ControlConnection::send() {
+  if (!descriptor_.is_open()) return;
+  const ssize_t sent = ::send(descriptor_.native_handle(), answer_.data(), answer_.size(),
+                              MSG_DONTWAIT | MSG_NOSIGNAL);
+  if (sent < 0 && wouldBlock(errno)) {
+    descriptor_.async_wait(asio::posix::descriptor_base::wait_write,
+                           [self = shared_from_this()](const asio::error_code& error) {
+                             return error ? self->close() : self->send();
+                           });
+    return;
+  }
+  close();  // delivered, or the client is not there to take it
+}
+
+void ControlConnection::beginShutdown() {
+  if (!asked_) return close();
+  if (!answering_) cancellation_.request_stop();
+}
+
+void ControlConnection::close() {
+  if (!descriptor_.is_open()) return;
+  discardInput(descriptor_.native_handle());
+  idle_.cancel();
+  asio::error_code ignored;
+  descriptor_.close(ignored);
+  hooks_.closed(shared_from_this());
+}

@@ -1,0 +1,23 @@
+#ifndef PLATFORM_OBJECTS_CONTROLREQUEST_H
+#define PLATFORM_OBJECTS_CONTROLREQUEST_H
+
+#include <sys/types.h>
+
+#include <stop_token>
+#include <string>
+
+// One request as a handler sees it.
+struct ControlRequest {
+  // The bytes the client wrote; never empty.
+  std::string text;
+  // Who connected, as the kernel knows it; -1 where it does not.
+  pid_t pid = -1;
+  uid_t uid = static_cast<uid_t>(-1);
+  gid_t gid = static_cast<gid_t>(-1);
+  // Asked to stop when the client has gone or the service is being stopped: a
+  // handler that waits for something (a user, say) should then give up. Callbacks
+  // registered here run on the server's own thread and must be short.
+  std::stop_token cancelled;
+};
+
+#endif

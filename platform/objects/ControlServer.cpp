@@ -1,0 +1,223 @@
+#include "platform/objects/ControlServer.h"
+
+#include <limits.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <stdexcept>
+#include <unordered_set>
+#include <utility>
+
+#include <asio/io_context.hpp>
+#include <asio/posix/stream_descriptor.hpp>
+#include <asio/post.hpp>
+#include <asio/signal_set.hpp>
+#include <asio/steady_timer.hpp>
+#include <asio/thread_pool.hpp>
+
+#include "platform/objects/ControlConnection.h"
+#include "platform/objects/ControlObject.h"
+#include "platform/objects/ControlSocket.h"
+
+namespace {
+
+constexpr int kBacklog = 128;
+// How long to leave new clients in the kernel's queue when descriptors ran out.
+constexpr std::chrono::milliseconds kPauseWithoutDescriptors{50};
+
+ControlSocket openSocket(const ControlServerOptions& options) {
+  if (options.useInheritedSocket) {
+    if (auto socket = ControlSocket::inherited()) return std::move(*socket);
+  }
+  return ControlSocket::listen(options.runtimeDirectory, options.service, options.socketMode,
+                               kBacklog);
+}
+
+ControlServerOptions completed(ControlServerOptions options) {
+  if (options.runtimeDirectory.empty()) options.runtimeDirectory = defaultRuntimeDirectory();
+  options.workers = std::max(1U, options.workers);
+  options.maxConnections = std::max<std::size_t>(1, options.maxConnections);
+  return options;
+}
+
+std::string runHandler(const ControlServer::Handler& handler, const ControlRequest& request) {
+  try {
+    std::string answer = handler(request);
+    if (answer.size() <= ControlServer::kMaxAnswerBytes) return answer;
+    return makeErrorAnswer("the answer is longer than " +
+                           std::to_string(ControlServer::kMaxAnswerBytes) + " bytes");
+  } catch (const std::exception& failure) {
+    return makeErrorAnswer(failure.what());
+  } catch (...) {
+    return makeErrorAnswer("the request failed for a reason that has no text");
+  }
+}
+
+}  // namespace
+
+class ControlServer::Impl {
+ public:
+  Impl(ControlServerOptions options, Handler handler)
+      : options_(completed(std::move(options))),
+        handler_(std::move(handler)),
+        socket_(openSocket(options_)),
+        loop_(1),
+        // Asio closes what it is given, so it gets a descriptor of its own.
+        acceptor_(loop_, ::dup(socket_.fd())),
+        pause_(loop_),
+        signals_(loop_) {}
+
+  const ControlServerOptions& options() const { return options_; }
+
+  void run(bool handleSignals) {
+    asio::thread_pool workers(options_.workers);
+    workers_ = &workers;
+    if (handleSignals) {
+      signals_.add(SIGTERM);
+      signals_.add(SIGINT);
+      signals_.async_wait([this](const asio::error_code& error, int) {
+        if (!error) beginShutdown();
+      });
+    }
+    waitForClient();
+    loop_.run();
+    workers.join();
+  }
+
+  void stop() {
+    asio::post(loop_, [this] { beginShutdown(); });
+  }
+
+ private:
+  void waitForClient() {
+    if (stopping_ || accepting_) return;
+    if (connections_.size() >= options_.maxConnections) return;
+    accepting_ = true;
+    acceptor_.async_wait(asio::posix::descriptor_base::wait_read,
+                         [this](const asio::error_code& error) {
+                           accepting_ = false;
+                           if (!error && !stopping_) acceptClient();
+                         });
+  }
+
+  void acceptClient() {
+    const int fd =
+        ::accept4(acceptor_.native_handle(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    if (fd != -1) {
+      startConnection(fd);
+    } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+      return waitAwhile();
+    }
+    waitForClient();
+  }
+
+  void waitAwhile() {
+    pause_.expires_after(kPauseWithoutDescriptors);
+    pause_.async_wait([this](const asio::error_code& error) {
+      if (!error) waitForClient();
+    });
+  }
+
+  void startConnection(int fd) {
+    ControlConnection::Hooks hooks;
+    hooks.requested = [this](std::shared_ptr<ControlConnection> connection,
+                             ControlRequest request) {
+      dispatch(std::move(connection), std::move(request));
+    };
+    hooks.closed = [this](const std::shared_ptr<ControlConnection>& connection) {
+      connections_.erase(connection);
+      waitForClient();
+    };
+    std::shared_ptr<ControlConnection> connection;
+    try {
+      connection = std::make_shared<ControlConnection>(loop_, fd, std::move(hooks));
+    } catch (const std::exception&) {
+      ::close(fd);  // the event loop cannot watch one more
+      return;
+    }
+    connections_.insert(connection);
+    connection->start(options_.maxRequestBytes, options_.idleLimit);
+  }
+
+  void dispatch(std::shared_ptr<ControlConnection> connection, ControlRequest request) {
+    // The connection's own operations keep the loop running until it has its answer.
+    asio::post(*workers_, [this, connection = std::move(connection), request = std::move(request),
+                           work = asio::make_work_guard(loop_)]() mutable {
+      std::string text = runHandler(handler_, request);
+      asio::post(loop_, [connection = std::move(connection), text = std::move(text)]() mutable {
+        connection->answer(std::move(text));
+      });
+    });
+  }
+
+  void beginShutdown() {
+    if (std::exchange(stopping_, true)) return;
+    asio::error_code ignored;
+    signals_.cancel(ignored);
+    pause_.cancel();
+    acceptor_.close(ignored);
+    socket_.unlink();
+    const auto connections = connections_;  // closing changes the set
+    for (const auto& connection : connections) connection->beginShutdown();
+  }
+
+  ControlServerOptions options_;
+  Handler handler_;
+  ControlSocket socket_;
+  asio::io_context loop_;
+  asio::posix::stream_descriptor acceptor_;
+  asio::steady_timer pause_;
+  asio::signal_set signals_;
+  asio::thread_pool* workers_ = nullptr;
+  std::unordered_set<std::shared_ptr<ControlConnection>> connections_;
+  bool accepting_ = false;
+  bool stopping_ = false;
+};
+
+ControlServer::ControlServer(ControlServerOptions options, Handler handler)
+    : impl_(std::make_shared<Impl>(std::move(options), std::move(handler))) {}
+
+ControlServer::~ControlServer() = default;
+
+void ControlServer::run(bool handleSignals) {
+  impl_->run(handleSignals);
+}
+
+void ControlServer::stop() {
+  impl_->stop();
+}
+
+const std::string& ControlServer::runtimeDirectory() const {
+  return impl_->options().runtimeDirectory;
+}
+
+std::string makeErrorAnswer(const std::string& text) {
+  std::string answer = "err::" + text.substr(0, ControlServer::kMaxAnswerBytes / 2);
+  // A control byte would end the attribute, or the text.
+  std::replace_if(
+      answer.begin(), answer.end(),
+      [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }, ' ');
+  return answer + "\n";
+}
+
+void announceReady(int fd) {
+  if (fd < 0) return;
+  constexpr char kLine[] = "READY\n";
+  // A plain write, since the descriptor may be a pipe; SIGPIPE is kept from killing us.
+  auto* const before = std::signal(SIGPIPE, SIG_IGN);
+  const ssize_t ignored = ::write(fd, kLine, sizeof kLine - 1);
+  (void)ignored;
+  (void)std::signal(SIGPIPE, before);
+  ::close(fd);
+}
+
+std::string defaultRuntimeDirectory() {
+  char directory[PATH_MAX];
+  if (controlRuntimeDirectory(directory, sizeof directory) != 0) {
+    throw std::runtime_error("the path of the runtime directory is too long");
+  }
+  return directory;
+}

@@ -1,0 +1,17 @@
+# Fails unless LIBRARY exports exactly the four names and needs no C++ runtime.
+execute_process(COMMAND ${NM} -D --defined-only --format=posix ${LIBRARY}
+                OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX REPLACE " [^\n]*" "" names "${listing}")
+string(STRIP "${names}" names)
+string(REPLACE "\n" ";" names "${names}")
+list(SORT names)
+if(NOT names STREQUAL "__wrap_open;__wrap_open64;open;open64")
+  message(FATAL_ERROR "${LIBRARY} exports: ${names}")
+endif()
+execute_process(COMMAND ${READELF} -d ${LIBRARY} OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
+if(dynamic MATCHES "libstdc\\+\\+|libc\\+\\+")
+  message(FATAL_ERROR "${LIBRARY} needs a C++ runtime:\n${dynamic}")
+endif()
+if(NOT dynamic MATCHES "libppsopen\\.so\\.1\\]")
+  message(FATAL_ERROR "${LIBRARY} has no SONAME libppsopen.so.1:\n${dynamic}")
+endif()
