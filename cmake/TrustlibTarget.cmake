@@ -9,6 +9,13 @@ function(trustlib_target target)
     C_STANDARD 11 C_STANDARD_REQUIRED ON
     CXX_VISIBILITY_PRESET hidden C_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
+  # Installed anywhere, a library finds its sisters beside itself and a program in lib.
+  get_target_property(type ${target} TYPE)
+  if(type STREQUAL "EXECUTABLE")
+    set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  else()
+    set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN")
+  endif()
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic
                          $<$<BOOL:${TRUSTLIB_WERROR}>:-Werror>)
   # A build against OpenSSL 3 cannot even see what is deprecated there.

@@ -1,33 +1,10 @@
 // A program of its own: it replaces the operator new that the codec allocates by.
-#include <cstdlib>
-#include <new>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "platform/ppscodec/ppscodec.h"
-
-namespace {
-
-// Allocations that still succeed; negative lets all of them succeed.
-int allocationsLeft = -1;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  if (allocationsLeft == 0) throw std::bad_alloc();
-  if (allocationsLeft > 0) --allocationsLeft;
-  void* const memory = std::malloc(size);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
+#include "tests/support/FailingAllocation.h"
 
 namespace {
 
@@ -35,7 +12,7 @@ namespace {
 int encodeWith(int allocations) {
   const std::string value(1000, 'x');
   pps_encoder_t encoder = {};
-  allocationsLeft = allocations;
+  allowAllocations(allocations);
   int result = pps_encoder_initialize(&encoder, true);
   if (result == PPS_OK) {
     pps_encoder_start_object(&encoder, nullptr);
@@ -44,7 +21,7 @@ int encodeWith(int allocations) {
     pps_encoder_end_array(&encoder);
     result = pps_encoder_end_object(&encoder);
   }
-  allocationsLeft = -1;
+  allowAllocations(-1);
   EXPECT_EQ(result == PPS_OK, pps_encoder_buffer(&encoder) != nullptr);
   pps_encoder_cleanup(&encoder);
   return result;
@@ -53,12 +30,12 @@ int encodeWith(int allocations) {
 int decodeWith(int allocations) {
   std::string text = "a:json:{\"b\":[1,2,{\"c\":[true]}]}\nd::e\n";
   pps_decoder_t decoder = {};
-  allocationsLeft = allocations;
+  allowAllocations(allocations);
   int result = pps_decoder_initialize(&decoder, text.data());
   if (result == PPS_OK) result = pps_decoder_push(&decoder, nullptr);
   if (result == PPS_OK) result = pps_decoder_push(&decoder, "a");
   if (result == PPS_OK) result = pps_decoder_push(&decoder, "b");
-  allocationsLeft = -1;
+  allowAllocations(-1);
   pps_decoder_cleanup(&decoder);
   return result;
 }

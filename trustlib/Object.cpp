@@ -1,0 +1,3 @@
+#include "trustlib/Object.h"
+
+Object::~Object() = default;

@@ -1,0 +1,171 @@
+#include "trustlib/util/FileUtilities.h"
+
+#include <dirent.h>
+#include <errno.h>
+#include <limits.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <time.h>
+
+#include <atomic>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+
+#include "trustlib/util/StringUtilities.h"
+
+namespace {
+
+const mode_t directoryMode = 0775;
+
+std::atomic<std::int32_t> temporaryFileCounter(0);
+
+bool isDirectory(const std::string& path, bool* exists) {
+  struct stat status;
+  *exists = stat(path.c_str(), &status) == 0;
+  return *exists && S_ISDIR(status.st_mode);
+}
+
+std::string findHomeDirectory() {
+  const char* home = getenv("HOME");
+  char resolved[PATH_MAX];
+  if (home == nullptr || realpath(home, resolved) == nullptr) {
+    return "/var/temp";
+  }
+  return resolved;
+}
+
+}  // namespace
+
+bool FileUtilities::pathExists(const std::string* path) TRUSTLIB_THROWS(TrustManagerException) {
+  struct stat status;
+  return stat(path->c_str(), &status) == 0;
+}
+
+void FileUtilities::deleteFile(const std::string* path) TRUSTLIB_THROWS(TrustManagerException) {
+  if (remove(path->c_str()) != 0) {
+    const int error = errno;
+    throw TrustManagerException("FileUtilities::deleteFile - failed: %s", strerror(error));
+  }
+}
+
+void FileUtilities::deleteFiles(const std::list<std::string>* paths)
+    TRUSTLIB_THROWS(TrustManagerException) {
+  for (const std::string& path : *paths) {
+    deleteFile(&path);
+  }
+}
+
+void FileUtilities::listFiles(const std::string* directory, std::list<std::string>* names)
+    TRUSTLIB_THROWS(TrustManagerException) {
+  if (directory == nullptr) {
+    throw TrustManagerException(
+        "FileUtilities::listFiles - cannot list contents of directory with NULL name");
+  }
+  if (names == nullptr) {
+    throw TrustManagerException(
+        "FileUtilities::listFiles - cannot record directory contents into NULL list");
+  }
+  DIR* stream = opendir(directory->c_str());
+  if (stream == nullptr) {
+    throw TrustManagerException("FileUtilities::listFiles - failed to open directory");
+  }
+  while (const dirent* entry = readdir(stream)) {
+    names->push_back(entry->d_name);
+  }
+  closedir(stream);
+}
+
+void FileUtilities::createCertificateExceptionStoreDir(const std::string* path)
+    TRUSTLIB_THROWS(TrustManagerException) {
+  createDirectoryPath(path);
+}
+
+void FileUtilities::getLocalCertificateExceptionStoreDirPath(std::string* path)
+    TRUSTLIB_THROWS(TrustManagerException) {
+  if (path != nullptr) {
+    path->append(homeDirectory()).append("/vallorin/certexcept");
+  }
+}
+
+void FileUtilities::createTemporaryFilePath(std::string* path)
+    TRUSTLIB_THROWS(TrustManagerException) {
+  const std::string now = std::to_string(static_cast<unsigned long>(time(nullptr)));
+  const std::string counter = std::to_string(temporaryFileCounter++);
+  const std::string directory = homeDirectory() + "/tmp";
+  createDirectoryPath(&directory);
+  path->append(directory).append("/").append(now).append(counter).append(".der");
+}
+
+void FileUtilities::writeFile(const std::string* path, const unsigned char* data,
+                              unsigned int length) TRUSTLIB_THROWS(TrustManagerException) {
+  std::ofstream file(path->c_str(), std::ios::binary | std::ios::trunc);
+  if (!file.is_open()) {
+    throw TrustManagerException("FileUtilities::write - failed to open file");
+  }
+  file.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(length));
+}
+
+void FileUtilities::readFile(const std::string* path, unsigned char** data, unsigned int* length)
+    TRUSTLIB_THROWS(TrustManagerException) {
+  std::ifstream file(path->c_str(), std::ios::binary);
+  if (!file.is_open()) {
+    throw TrustManagerException("FileUtilities::readFile - failed to open file");
+  }
+  // A directory opens too, but has no size to speak of: no buffer will do for it.
+  const std::streamoff size = file.seekg(0, std::ios::end).tellg();
+  file.seekg(0, std::ios::beg);
+  unsigned char* buffer = nullptr;
+  if (size >= 0 && size <= static_cast<std::streamoff>(UINT_MAX)) {
+    buffer = static_cast<unsigned char*>(malloc(static_cast<std::size_t>(size)));
+  }
+  if (buffer == nullptr) {
+    throw TrustManagerException("FileUtilities::readFile - failed to allocate buffer");
+  }
+  file.read(reinterpret_cast<char*>(buffer), size);
+  memset(buffer + file.gcount(), 0, static_cast<std::size_t>(size - file.gcount()));
+  *data = buffer;
+  *length = static_cast<unsigned int>(size);
+}
+
+// Never freed, so that it may be used to the very end of the process.
+const std::string& FileUtilities::homeDirectory() {
+  static const std::string* home = new std::string(findHomeDirectory());
+  return *home;
+}
+
+void FileUtilities::createDirectoryPath(const std::string* path) {
+  std::list<std::string> components;
+  StringUtilities::tokenize(path, "/", components);
+  std::string prefix = StringUtilities::startsWith(*path, "/") ? "/" : "";
+  for (const std::string& component : components) {
+    prefix.append(component);
+    if (prefix.empty()) {
+      throw TrustManagerException("FileUtilities::createDirectoryPath - invalid path: %s",
+                                  path->c_str());
+    }
+    createDirectory(prefix);
+    prefix.append("/");
+  }
+}
+
+void FileUtilities::createDirectory(const std::string& path) {
+  bool exists = false;
+  bool directory = isDirectory(path, &exists);
+  if (!exists) {
+    if (mkdir(path.c_str(), directoryMode) == 0) {
+      return;
+    }
+    // Another thread or process may have made it in the meantime.
+    directory = isDirectory(path, &exists);
+    if (!exists) {
+      throw TrustManagerException("FileUtilities::createDirectory - failed to create directory: %s",
+                                  path.c_str());
+    }
+  }
+  if (!directory) {
+    throw TrustManagerException("FileUtilities::createDirectory - path is not a directory: %s",
+                                path.c_str());
+  }
+}
