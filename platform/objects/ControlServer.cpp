@@ -81,8 +81,14 @@ class ControlServer::Impl {
       signals_.async_wait([this](const asio::error_code& error, int) {
         if (!error) beginShutdown();
       });
+      sigset_t handled;
+      sigemptyset(&handled);
+      sigaddset(&handled, SIGTERM);
+      sigaddset(&handled, SIGINT);
+      pthread_sigmask(SIG_UNBLOCK, &handled, nullptr);
     }
     waitForClient();
+    announceReady(options_.readyFd);
     loop_.run();
     workers.join();
   }

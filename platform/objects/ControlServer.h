@@ -20,6 +20,7 @@ struct ControlServerOptions {
   std::chrono::milliseconds idleLimit{30000};  // for a client that connects and never writes
   mode_t socketMode = 0666;
   bool useInheritedSocket = true;  // take a socket from systemd when there is one
+  int readyFd = -1;                // run() calls announceReady() on it
 };
 
 // Serves one control object: one request and one answer a connection. Clients are
@@ -41,7 +42,8 @@ class ControlServer {
   // Removes the socket and the directories it made, as far as they are empty.
   ~ControlServer();
 
-  // Serves until stop(), or SIGTERM or SIGINT when `handleSignals`. Then takes no
+  // Serves until stop(), or SIGTERM or SIGINT when `handleSignals`; those may be
+  // blocked before, so that none is lost, and are unblocked here. Then takes no
   // more requests, cancels and awaits those that were taken, delivers their answers,
   // and returns. Call it once.
   void run(bool handleSignals = true);

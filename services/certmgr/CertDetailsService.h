@@ -1,0 +1,30 @@
+#ifndef SERVICES_CERTMGR_CERTDETAILSSERVICE_H
+#define SERVICES_CERTMGR_CERTDETAILSSERVICE_H
+
+#include <ctime>
+#include <optional>
+#include <string>
+
+#include "services/certmgr/ChainFiles.h"
+#include "services/certmgr/TrustStores.h"
+
+// Answers requests: parse, read the files, evaluate, name the chain, encode. Safe
+// from several threads.
+class CertDetailsService {
+ public:
+  // Verdicts are about `when`, or the time of the request. `chainDirectory` is for
+  // ChainFiles, whose failures this throws.
+  CertDetailsService(TrustSources sources, const std::string& chainDirectory,
+                     std::optional<std::time_t> when);
+
+  // The answer to one request text. Throws std::runtime_error, whose text is the
+  // answer's "err", when the request cannot be used.
+  std::string answer(const std::string& text);
+
+ private:
+  TrustStores stores_;
+  ChainFiles chainFiles_;
+  std::optional<std::time_t> when_;
+};
+
+#endif

@@ -1,0 +1,84 @@
+#include "services/certmgr/CertificateFiles.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <stdexcept>
+#include <system_error>
+
+#include <openssl/err.h>
+#include <openssl/evp.h>
+
+#include "platform/objects/ControlSocket.h"
+
+namespace {
+
+constexpr std::size_t kMaxCertificateBytes = 64 * 1024;
+
+[[noreturn]] void fail(const std::string& path, const std::string& reason) {
+  throw std::runtime_error("cannot use the file " + path + ": " + reason);
+}
+
+[[noreturn]] void failBecause(const std::string& path, int error) {
+  fail(path, std::generic_category().message(error));
+}
+
+}  // namespace
+
+std::string readPlainFile(const std::string& path, std::size_t maxBytes) {
+  const OwnedFd fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  if (!fd) failBecause(path, errno);
+  struct stat status = {};
+  if (::fstat(fd.get(), &status) != 0) failBecause(path, errno);
+  if (!S_ISREG(status.st_mode)) fail(path, "it is not a plain file");
+
+  std::string content;
+  char part[16 * 1024];
+  for (;;) {
+    const ssize_t length = ::read(fd.get(), part, sizeof part);
+    if (length == 0) return content;
+    if (length < 0 && errno == EINTR) continue;
+    if (length < 0) failBecause(path, errno);
+    content.append(part, static_cast<std::size_t>(length));
+    if (content.size() > maxBytes) {
+      fail(path, "it is longer than " + std::to_string(maxBytes) + " bytes");
+    }
+  }
+}
+
+X509Ptr readDerCertificate(const std::string& path) {
+  if (path.empty() || path.front() != '/') fail(path, "the path is not absolute");
+  const std::string der = readPlainFile(path, kMaxCertificateBytes);
+  const auto* begin = reinterpret_cast<const unsigned char*>(der.data());
+  const unsigned char* at = begin;
+  X509Ptr certificate(d2i_X509(nullptr, &at, static_cast<long>(der.size())));
+  ERR_clear_error();
+  if (certificate == nullptr) fail(path, "it holds no DER certificate");
+  if (at != begin + der.size()) fail(path, "there are bytes after its certificate");
+  return certificate;
+}
+
+std::string derOf(X509* certificate) {
+  const int length = i2d_X509(certificate, nullptr);
+  if (length <= 0) throw std::runtime_error("a certificate cannot be encoded");
+  std::string der(static_cast<std::size_t>(length), '\0');
+  auto* out = reinterpret_cast<unsigned char*>(der.data());
+  i2d_X509(certificate, &out);
+  return der;
+}
+
+std::string fingerprintOf(const X509* certificate) {
+  unsigned char digest[EVP_MAX_MD_SIZE];
+  unsigned length = 0;
+  if (X509_digest(certificate, EVP_sha256(), digest, &length) != 1) {
+    throw std::runtime_error("a certificate cannot be hashed");
+  }
+  std::string hex;
+  for (unsigned i = 0; i < length; ++i) {
+    hex += "0123456789abcdef"[digest[i] >> 4];
+    hex += "0123456789abcdef"[digest[i] & 0xf];
+  }
+  return hex;
+}

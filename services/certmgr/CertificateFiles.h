@@ -1,0 +1,24 @@
+#ifndef SERVICES_CERTMGR_CERTIFICATEFILES_H
+#define SERVICES_CERTMGR_CERTIFICATEFILES_H
+
+#include <cstddef>
+#include <string>
+
+#include "services/certmgr/OpenSslOwners.h"
+
+// Reads a whole plain file of at most `maxBytes`. Never waits on a pipe or device.
+// Throws std::runtime_error that names the file and the reason.
+std::string readPlainFile(const std::string& path, std::size_t maxBytes);
+
+// Reads one DER certificate that a client named: an absolute path to a plain file of
+// at most 64 KiB that holds exactly one certificate. Throws std::runtime_error that
+// names the file and what is wrong with it.
+X509Ptr readDerCertificate(const std::string& path);
+
+// The certificate as DER. Throws std::runtime_error when OpenSSL cannot.
+std::string derOf(X509* certificate);
+
+// The SHA-256 of the certificate as DER, 64 lower-case hexadecimal digits.
+std::string fingerprintOf(const X509* certificate);
+
+#endif

@@ -1,0 +1,155 @@
+#include "services/certmgr/CertificateNames.h"
+
+#include <arpa/inet.h>
+
+#include <memory>
+#include <string_view>
+
+#include <openssl/asn1.h>
+#include <openssl/crypto.h>
+#include <openssl/x509v3.h>
+
+#include "services/certmgr/OpenSslOwners.h"
+
+namespace {
+
+constexpr char kDigits[] = "0123456789ABCDEF";
+
+void appendHex(std::string& out, unsigned char byte) {
+  out += kDigits[byte >> 4];
+  out += kDigits[byte & 0xf];
+}
+
+void appendEscaped(std::string& out, unsigned char byte) {
+  out += "\\x";
+  appendHex(out, byte);
+}
+
+std::string escapeAll(std::string_view bytes) {
+  std::string out;
+  for (const char byte : bytes) appendEscaped(out, static_cast<unsigned char>(byte));
+  return out;
+}
+
+bool isPlainAscii(unsigned char byte) {
+  return byte >= 0x20 && byte < 0x7f && byte != '\\';
+}
+
+std::string escapeAscii(std::string_view bytes) {
+  std::string out;
+  for (const char signedByte : bytes) {
+    const auto byte = static_cast<unsigned char>(signedByte);
+    if (isPlainAscii(byte)) {
+      out += signedByte;
+    } else {
+      appendEscaped(out, byte);
+    }
+  }
+  return out;
+}
+
+// `text` is valid UTF-8; its control characters are U+0000 to U+001F and U+007F to
+// U+009F, the latter C2 80 to C2 9F.
+std::string escapeUtf8(std::string_view text) {
+  std::string out;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const bool control2 =
+        byte == 0xc2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xa0;
+    if (control2) {
+      appendEscaped(out, byte);
+      appendEscaped(out, static_cast<unsigned char>(text[++i]));
+    } else if (isPlainAscii(byte) || byte >= 0x80) {
+      out += text[i];
+    } else {
+      appendEscaped(out, byte);
+    }
+  }
+  return out;
+}
+
+std::string_view bytesOf(const ASN1_STRING* string) {
+  return {reinterpret_cast<const char*>(ASN1_STRING_get0_data(string)),
+          static_cast<std::size_t>(ASN1_STRING_length(string))};
+}
+
+std::string textOf(const ASN1_STRING* string) {
+  unsigned char* utf8 = nullptr;
+  const int length = ASN1_STRING_to_UTF8(&utf8, string);
+  if (length < 0) return escapeAll(bytesOf(string));
+  std::string out =
+      escapeUtf8({reinterpret_cast<const char*>(utf8), static_cast<std::size_t>(length)});
+  OPENSSL_free(utf8);
+  return out;
+}
+
+std::string addressOf(const ASN1_STRING* string) {
+  const std::string_view bytes = bytesOf(string);
+  const int family = bytes.size() == 4 ? AF_INET : (bytes.size() == 16 ? AF_INET6 : -1);
+  char text[INET6_ADDRSTRLEN];
+  if (family == -1 || inet_ntop(family, bytes.data(), text, sizeof text) == nullptr) {
+    return escapeAll(bytes);
+  }
+  return text;
+}
+
+}  // namespace
+
+std::string serialNumberOf(const X509* certificate) {
+  // The content of the DER integer: minimal two's complement, whatever the sign.
+  const ASN1_INTEGER* number = X509_get0_serialNumber(certificate);
+  unsigned char* der = nullptr;
+  const int length = i2d_ASN1_INTEGER(number, &der);
+  if (length <= 0) return "";
+  const unsigned char* at = der;
+  long size = 0;
+  int tag = 0;
+  int tagClass = 0;
+  std::string out;
+  if ((ASN1_get_object(&at, &size, &tag, &tagClass, length) & 0x80) == 0) {
+    if (size > 1 && at[0] == 0) {  // keeps a positive number positive; not part of it
+      ++at;
+      --size;
+    }
+    for (long i = 0; i < size; ++i) {
+      if (i > 0) out += ' ';
+      appendHex(out, at[i]);
+    }
+  }
+  OPENSSL_free(der);
+  return out;
+}
+
+std::vector<std::string> commonNamesOf(const X509* certificate) {
+  std::vector<std::string> names;
+  const X509_NAME* subject = X509_get_subject_name(certificate);
+  // OpenSSL 1.1.1 takes the name without const here, and changes nothing.
+  auto* const lookup = const_cast<X509_NAME*>(subject);
+  for (int at = X509_NAME_get_index_by_NID(lookup, NID_commonName, -1); at >= 0;
+       at = X509_NAME_get_index_by_NID(lookup, NID_commonName, at)) {
+    names.push_back(textOf(X509_NAME_ENTRY_get_data(X509_NAME_get_entry(subject, at))));
+  }
+  return names;
+}
+
+std::vector<std::string> subjectAltNamesOf(const X509* certificate) {
+  std::vector<std::string> result;
+  int found = 0;
+  const GeneralNamesPtr names(static_cast<GENERAL_NAMES*>(
+      X509_get_ext_d2i(certificate, NID_subject_alt_name, &found, nullptr)));
+  if (names == nullptr) {
+    constexpr int kAbsent = -1;
+    if (found != kAbsent) result.emplace_back("DNS:\\unreadable");
+    return result;
+  }
+  for (int i = 0; i < sk_GENERAL_NAME_num(names.get()); ++i) {
+    int type = 0;
+    const void* value = GENERAL_NAME_get0_value(sk_GENERAL_NAME_value(names.get(), i), &type);
+    const auto* string = static_cast<const ASN1_STRING*>(value);
+    if (type == GEN_DNS) result.push_back("DNS:" + escapeAscii(bytesOf(string)));
+    if (type == GEN_IPADD) result.push_back("IP Address:" + addressOf(string));
+    if (type == GEN_URI) result.push_back("URI:" + escapeAscii(bytesOf(string)));
+    if (type == GEN_EMAIL) result.push_back("email:" + escapeAscii(bytesOf(string)));
+  }
+  return result;
+}

@@ -1,0 +1,28 @@
+#ifndef SERVICES_CERTMGR_CERTIFICATENAMES_H
+#define SERVICES_CERTMGR_CERTIFICATENAMES_H
+
+#include <string>
+#include <vector>
+
+#include <openssl/x509.h>
+
+// What a certificate says of itself, as text that cannot lie.
+//
+// A byte that could end, hide or forge a name (NUL, control bytes, a backslash; in
+// alternative names all that is not ASCII) comes out as \xNN, and of a string that
+// does not decode every byte does. No host name holds a backslash, so such an entry
+// matches nothing. It is not left out: a certificate whose only DNS name is
+// malformed would then be matched by its common name instead.
+
+// Upper-case hexadecimal pairs separated by spaces, without the padding of the
+// encoding: "01 AB". A negative number is its two's-complement bytes.
+std::string serialNumberOf(const X509* certificate);
+
+// All common names of the subject as UTF-8, in the order of the subject.
+std::vector<std::string> commonNamesOf(const X509* certificate);
+
+// The alternative names, each with its type: "DNS:", "IP Address:", "URI:", "email:".
+// Other types are left out. An extension that does not decode is one unmatchable DNS name.
+std::vector<std::string> subjectAltNamesOf(const X509* certificate);
+
+#endif

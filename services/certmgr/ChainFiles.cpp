@@ -1,0 +1,74 @@
+#include "services/certmgr/ChainFiles.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include "platform/objects/ControlSocket.h"
+#include "services/certmgr/CertificateFiles.h"
+
+namespace {
+
+[[noreturn]] void failBecause(const std::string& what, int error) {
+  throw std::runtime_error(what + ": " + std::generic_category().message(error));
+}
+
+bool writeAll(int fd, const std::string& content) {
+  std::size_t done = 0;
+  while (done < content.size()) {
+    const ssize_t written = ::write(fd, content.data() + done, content.size() - done);
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return false;
+    done += static_cast<std::size_t>(written);
+  }
+  return true;
+}
+
+}  // namespace
+
+ChainFiles::ChainFiles(std::string directory) : directory_(std::move(directory)) {
+  std::error_code error;
+  std::filesystem::create_directories(directory_, error);
+  if (error) failBecause("cannot make the directory " + directory_, error.value());
+  // Clients of other users read here, whatever the umask of the service is.
+  if (::chmod(directory_.c_str(), 0755) != 0) {
+    failBecause("cannot set the mode of " + directory_, errno);
+  }
+  clear();
+}
+
+ChainFiles::~ChainFiles() {
+  clear();
+  ::rmdir(directory_.c_str());
+}
+
+void ChainFiles::clear() const {
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator(directory_, ignored)) {
+    const auto extension = entry.path().extension();
+    if (extension == ".der" || extension == ".tmp") ::unlink(entry.path().c_str());
+  }
+}
+
+std::string ChainFiles::pathOf(X509* certificate) {
+  std::string path = directory_ + "/" + fingerprintOf(certificate) + ".der";
+  if (::access(path.c_str(), F_OK) == 0) return path;
+
+  // Written aside and renamed, so that nobody ever sees half a file.
+  const std::string temporary = path + "." + std::to_string(temporaries_++) + ".tmp";
+  const OwnedFd fd(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+  if (!fd) failBecause("cannot write " + temporary, errno);
+  if (!writeAll(fd.get(), derOf(certificate)) || ::fchmod(fd.get(), 0644) != 0 ||
+      ::rename(temporary.c_str(), path.c_str()) != 0) {
+    const int error = errno;
+    ::unlink(temporary.c_str());
+    failBecause("cannot write " + path, error);
+  }
+  return path;
+}

@@ -1,0 +1,135 @@
+// trust-certmgrd: the certificate-manager service.
+#include <pthread.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "platform/objects/ControlServer.h"
+#include "services/certmgr/CertDetailsService.h"
+#include "services/certmgr/CertificateFiles.h"
+#include "services/certmgr/VerificationTime.h"
+
+namespace {
+
+constexpr int kExitFailure = 1;
+constexpr int kExitUsage = 2;
+
+struct Options {
+  TrustSources trust;
+  std::string systemAnchors = "/etc/ssl/certs";
+  bool noSystemAnchors = false;
+  std::string verificationTime;
+  ControlServerOptions server;
+  bool ephemeral = false;
+};
+
+void describe(CLI::App& app, Options& options) {
+  app.set_version_flag("--version", TRUSTLIB_VERSION);
+  app.footer("Exit status: 0 stopped as asked, 1 could not start or go on, 2 wrong use.");
+  app.add_option("--root", options.trust.root, "Directory of the trust stores")
+      ->capture_default_str();
+  app.add_option("--system-anchors", options.systemAnchors,
+                 "Hashed directory joined with every store")
+      ->capture_default_str();
+  app.add_flag("--no-system-anchors", options.noSystemAnchors, "Join nothing with the stores");
+  app.add_option("--cafile", options.trust.files, "PEM file with further anchors")
+      ->check(CLI::ExistingFile);
+  app.add_option("--capath", options.trust.plainDirectories,
+                 "Directory of PEM files with further anchors, whatever their names")
+      ->check(CLI::ExistingDirectory);
+  app.add_option("--crlfile", options.trust.files, "PEM file with revocation lists")
+      ->check(CLI::ExistingFile);
+  app.add_option("--verification-time", options.verificationTime,
+                 "Judge at this time (RFC 3339, or @SECONDS) and not at the current one");
+  app.add_option("--runtime-dir", options.server.runtimeDirectory,
+                 "Where the socket goes (PPS_RUNTIME_DIR, XDG_RUNTIME_DIR/pps, /run/pps)");
+  app.add_option("--workers", options.server.workers, "Requests that are evaluated at once")
+      ->check(CLI::Range(1, 256))
+      ->capture_default_str();
+  app.add_option("--ready-fd", options.server.readyFd,
+                 "Descriptor that gets the line READY when the service listens")
+      ->check(CLI::NonNegativeNumber);
+  app.add_flag("--ephemeral", options.ephemeral,
+               "End with the parent process, and remove the whole --runtime-dir at the end")
+      ->needs("--runtime-dir");
+}
+
+// A private service of one process must not outlive it.
+void followParent(pid_t parent) {
+  if (prctl(PR_SET_PDEATHSIG, SIGTERM) != 0) throw std::runtime_error("cannot watch the parent");
+  if (getppid() != parent) throw std::runtime_error("the parent has gone");
+}
+
+// Removes the runtime directory of an ephemeral service, however it ends.
+class RemovedAtEnd {
+ public:
+  explicit RemovedAtEnd(std::string directory) : directory_(std::move(directory)) {}
+  ~RemovedAtEnd() {
+    std::error_code ignored;
+    if (!directory_.empty()) std::filesystem::remove_all(directory_, ignored);
+  }
+  RemovedAtEnd(const RemovedAtEnd&) = delete;
+  RemovedAtEnd& operator=(const RemovedAtEnd&) = delete;
+
+ private:
+  std::string directory_;
+};
+
+void serve(Options options, pid_t parent) {
+  if (options.ephemeral) followParent(parent);
+  std::optional<std::time_t> when;
+  if (!options.verificationTime.empty()) when = parseVerificationTime(options.verificationTime);
+  if (!options.noSystemAnchors) options.trust.hashedDirectories.push_back(options.systemAnchors);
+
+  options.server.service = "certmgr";
+  // Made once the server holds its place, so that a second service touches no file.
+  std::unique_ptr<CertDetailsService> service;
+  ControlServer server(
+      options.server, [&](const ControlRequest& request) { return service->answer(request.text); });
+  const RemovedAtEnd cleanup(options.ephemeral ? options.server.runtimeDirectory : "");
+  service = std::make_unique<CertDetailsService>(
+      options.trust, server.runtimeDirectory() + "/services/certmgr/chain", when);
+  server.run();
+  service.reset();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const pid_t parent = getppid();
+  // Held back until the server handles them, so that an early end cleans up as well.
+  sigset_t ending;
+  sigemptyset(&ending);
+  sigaddset(&ending, SIGTERM);
+  sigaddset(&ending, SIGINT);
+  pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+
+  Options options;
+  CLI::App app("Certificate-manager service: evaluates certificate chains against trust stores",
+               "trust-certmgrd");
+  try {
+    describe(app, options);
+    app.parse(argc, argv);
+  } catch (const CLI::Success& asked) {
+    return app.exit(asked);
+  } catch (const CLI::ParseError& wrong) {
+    (void)fprintf(stderr, "trust-certmgrd: %s\n", wrong.what());
+    return kExitUsage;
+  }
+  try {
+    serve(std::move(options), parent);
+    return 0;
+  } catch (const std::exception& failure) {
+    (void)fprintf(stderr, "trust-certmgrd: %s\n", failure.what());
+    return kExitFailure;
+  }
+}
