@@ -96,7 +96,7 @@ TEST(CommonNames, NulInAWideStringComesOutEscaped) {
 }
 
 TEST(CommonNames, BytesThatAreNoTextComeOutWhollyEscaped) {
-  EXPECT_THAT(commonNames(CertificateMaker().rawCommonName("ab", V_ASN1_OCTET_STRING)),
+  EXPECT_THAT(commonNames(CertificateMaker().rawCommonName("ab", V_ASN1_BIT_STRING)),
               ElementsAre("\\x61\\x62"));
 }
 

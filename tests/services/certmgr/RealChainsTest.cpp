@@ -1,0 +1,74 @@
+// Chains as public servers send them must stay valid. Only where TRUSTLIB_REAL_CHAINS
+// names a directory of them: HOST.pem, HOST.root.pem and index.json with their times.
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <openssl/pem.h>
+
+#include "services/certmgr/Evaluator.h"
+#include "services/certmgr/OpenSslOwners.h"
+#include "services/certmgr/TrustStores.h"
+#include "services/certmgr/VerificationTime.h"
+
+namespace {
+
+std::string readText(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+std::vector<X509Ptr> readPem(const std::string& path) {
+  const BioPtr bio(BIO_new_file(path.c_str(), "r"));
+  std::vector<X509Ptr> certificates;
+  while (X509* certificate =
+             bio == nullptr ? nullptr : PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr)) {
+    certificates.emplace_back(certificate);
+  }
+  return certificates;
+}
+
+struct RealChain {
+  std::string host;
+  std::string time;
+};
+
+std::vector<RealChain> readIndex(const std::string& directory) {
+  const std::string index = readText(directory + "/index.json");
+  static const std::regex kEntry(R"re("host":\s*"([^"]+)",\s*"validation_time":\s*"([^"]+)")re");
+  std::vector<RealChain> chains;
+  for (std::sregex_iterator at(index.begin(), index.end(), kEntry), end; at != end; ++at) {
+    chains.push_back({(*at)[1], (*at)[2]});
+  }
+  return chains;
+}
+
+TEST(RealChains, AreValidAtTheirTime) {
+  const char* directory = getenv("TRUSTLIB_REAL_CHAINS");
+  if (directory == nullptr) GTEST_SKIP() << "TRUSTLIB_REAL_CHAINS names no directory of chains";
+  const std::vector<RealChain> chains = readIndex(directory);
+  ASSERT_FALSE(chains.empty());
+  for (const RealChain& chain : chains) {
+    SCOPED_TRACE(chain.host);
+    const std::string base = std::string(directory) + "/" + chain.host;
+    TrustSources sources;
+    sources.root = "/nonexistent";
+    sources.files = {base + ".root.pem"};
+    TrustStores stores(sources);
+    const std::vector<X509Ptr> sent = readPem(base + ".pem");
+    ASSERT_FALSE(sent.empty());
+    std::vector<X509*> intermediates;
+    for (size_t i = 1; i < sent.size(); ++i) intermediates.push_back(sent[i].get());
+    EXPECT_EQ(0U, evaluateChain(sent.front().get(), intermediates, *stores.get("a", "b"),
+                                parseVerificationTime(chain.time))
+                      .warnings);
+  }
+}
+
+}  // namespace
