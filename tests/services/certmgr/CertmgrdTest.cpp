@@ -18,8 +18,8 @@
 
 #include "platform/objects/ControlObject.h"
 #include "platform/objects/ControlSocket.h"
-#include "tests/services/certmgr/ServiceProcess.h"
 #include "tests/support/CertificateMaker.h"
+#include "tests/support/ServiceProcess.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace {
