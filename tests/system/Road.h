@@ -1,0 +1,52 @@
+#ifndef TESTS_SYSTEM_ROAD_H
+#define TESTS_SYSTEM_ROAD_H
+
+#include <list>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/support/CertificateMaker.h"
+#include "tests/support/ServiceProcess.h"
+#include "tests/support/ServiceWorld.h"
+#include "tests/trustlib/Chains.h"
+#include "trustlib/CertificateTrustInfo.h"
+#include "trustlib/TrustEngineImpl.h"
+
+// The whole road: the real library, the real service and the real socket between them, in a
+// world of its own with one trusted root.
+class Road {
+ public:
+  Road()
+      : root(CertificateMaker("root").asCa().make()),
+        interByRoot(CertificateMaker("inter").asCa().issuedBy(root).make()) {
+    addToHashedDirectory(world.root() + "/stores/common/user_trusted", root);
+  }
+
+  // Starts the service; further arguments follow the program's own.
+  void start(std::vector<std::string> arguments = {}) {
+    arguments.insert(arguments.begin(),
+                     {"--root=" + world.root() + "/stores", "--no-system-anchors"});
+    service = std::make_unique<ServiceProcess>(arguments);
+  }
+
+  // A leaf for that host, as a server would present it.
+  TestCertificate leafFor(const std::string& host) const {
+    return CertificateMaker(host).asServer().dns(host).issuedBy(interByRoot).make();
+  }
+
+  std::unique_ptr<CertificateTrustInfo> verify(const TestCertificate& leaf,
+                                               const std::string& domain) const {
+    Chain chain{leaf.derString(), interByRoot.derString()};
+    TrustEngineImpl engine(chain.list());
+    engine.setDomainName(&domain);
+    return std::unique_ptr<CertificateTrustInfo>(engine.verify());
+  }
+
+  ServiceWorld world;
+  TestCertificate root;
+  TestCertificate interByRoot;
+  std::unique_ptr<ServiceProcess> service;
+};
+
+#endif
