@@ -57,6 +57,7 @@ std::vector<X509*> inFixedOrder(const std::vector<X509*>& certificates) {
     byFingerprint.emplace(fingerprintOf(certificate), certificate);
   }
   std::vector<X509*> ordered;
+  ordered.reserve(byFingerprint.size());
   for (const auto& [fingerprint, certificate] : byFingerprint) ordered.push_back(certificate);
   return ordered;
 }
@@ -136,11 +137,11 @@ Evaluation evaluateChain(X509* leaf, const std::vector<X509*>& intermediates,
                          const TrustStore& store, std::optional<std::time_t> when) {
   ERR_clear_error();
   // A leaf that is an anchor is the whole road; what was sent with it does not matter.
-  const bool leafIsAnchor = store.contains(leaf);
+  X509* anchoredLeaf = store.find(leaf);
   const std::vector<X509*> usable =
-      leafIsAnchor ? std::vector<X509*>() : inFixedOrder(intermediates);
+      anchoredLeaf != nullptr ? std::vector<X509*>() : inFixedOrder(intermediates);
   const X509StackPtr untrusted = stackOf(usable);
-  const X509StackPtr leafAlone = stackOf({leaf});
+  const X509StackPtr leafAlone = anchoredLeaf != nullptr ? stackOf({anchoredLeaf}) : X509StackPtr();
 
   Collected collected;
   const X509StoreCtxPtr context(X509_STORE_CTX_new());
@@ -149,7 +150,7 @@ Evaluation evaluateChain(X509* leaf, const std::vector<X509*>& intermediates,
     ERR_clear_error();
     throw std::runtime_error("OpenSSL cannot start a verification");
   }
-  if (leafIsAnchor) X509_STORE_CTX_set0_trusted_stack(context.get(), leafAlone.get());
+  if (leafAlone != nullptr) X509_STORE_CTX_set0_trusted_stack(context.get(), leafAlone.get());
   prepare(context.get(), &collected, when);
   const bool completed = X509_verify_cert(context.get()) == 1;
 

@@ -66,9 +66,9 @@ void note(SourceFiles& files, const std::string& path) {
         static_cast<std::int64_t>(status.st_mtim.tv_nsec),
         static_cast<std::int64_t>(status.st_ctim.tv_sec),
         static_cast<std::int64_t>(status.st_ctim.tv_nsec)}) {
-    files.state += std::to_string(part) + ":";
+    files.state.append(std::to_string(part)).append(":");
   }
-  files.state += path + '\0';
+  files.state.append(path).push_back('\0');
 }
 
 void noteDirectory(SourceFiles& files, const std::string& directory, bool hashedNamesOnly) {
@@ -101,8 +101,9 @@ struct InfoStackFree {
 
 }  // namespace
 
-bool TrustStore::contains(const X509* certificate) const {
-  return fingerprints_.count(fingerprintOf(certificate)) != 0;
+X509* TrustStore::find(const X509* certificate) const {
+  const auto found = anchors_.find(fingerprintOf(certificate));
+  return found == anchors_.end() ? nullptr : found->second.get();
 }
 
 void TrustStore::add(const std::string& pem) {
@@ -111,8 +112,10 @@ void TrustStore::add(const std::string& pem) {
       PEM_X509_INFO_read_bio(bio.get(), nullptr, nullptr, nullptr));
   for (int i = 0; all != nullptr && i < sk_X509_INFO_num(all.get()); ++i) {
     X509_INFO* info = sk_X509_INFO_value(all.get(), i);
-    if (info->x509 != nullptr && fingerprints_.insert(fingerprintOf(info->x509)).second) {
-      X509_STORE_add_cert(store_.get(), info->x509);
+    if (info->x509 != nullptr) {
+      const auto [anchor, isNew] =
+          anchors_.emplace(fingerprintOf(info->x509), shareCertificate(info->x509));
+      if (isNew) X509_STORE_add_cert(store_.get(), anchor->second.get());
     }
     // Lists stay outside the store: see Revocation.h.
     if (info->crl != nullptr) crls_.emplace_back(std::exchange(info->crl, nullptr));

@@ -4,7 +4,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -16,8 +15,9 @@ class TrustStore {
  public:
   // For verification; OpenSSL takes its own references.
   X509_STORE* get() const { return store_.get(); }
-  // True when this very certificate is an anchor.
-  bool contains(const X509* certificate) const;
+  // The anchor that is this very certificate, or NULL. It lives as long as the store,
+  // and carries the trust settings of its file, which the argument may lack.
+  X509* find(const X509* certificate) const;
   const std::vector<X509CrlPtr>& revocationLists() const { return crls_; }
 
  private:
@@ -26,7 +26,7 @@ class TrustStore {
   void add(const std::string& pem);
 
   X509StorePtr store_{X509_STORE_new()};
-  std::set<std::string> fingerprints_;
+  std::map<std::string, X509Ptr> anchors_;  // by fingerprint
   std::vector<X509CrlPtr> crls_;
 };
 
@@ -34,9 +34,9 @@ class TrustStore {
 // their files: eight hexadecimal digits, then ".N" or ".rN".
 struct TrustSources {
   std::string root = "/var/certmgr";
-  std::vector<std::string> hashedDirectories;  // joined with every store
-  std::vector<std::string> plainDirectories;   // every file in them, whatever its name
-  std::vector<std::string> files;              // PEM, any number of certificates and lists
+  std::vector<std::string> hashedDirectories{};  // joined with every store
+  std::vector<std::string> plainDirectories{};   // every file in them, whatever its name
+  std::vector<std::string> files{};              // PEM, any number of certificates and lists
 };
 
 // The stores by application and class: ROOT/application/class in lower case, joined

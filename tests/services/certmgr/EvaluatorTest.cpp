@@ -1,11 +1,13 @@
 #include "services/certmgr/Evaluator.h"
 
-#include <cstdio>
+#include <atomic>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <openssl/pem.h>
 
 #include "services/certmgr/CertificateFiles.h"
 #include "services/certmgr/TrustStores.h"
@@ -116,6 +118,41 @@ TEST_F(EvaluatorTest, TrustedLeafMayNotIssueOthers) {
   const TestCertificate trusted = leafBy(inter).make();
   trust(trusted);
   EXPECT_NE("", findings(leafBy(trusted).make(), {}));
+}
+
+TEST_F(EvaluatorTest, LeafThatIsAnAnchorOnlyForOtherUsesIsNotTrusted) {
+  const TestCertificate self = CertificateMaker("self.example").make();
+  BioPtr bio(BIO_new(BIO_s_mem()));
+  const OpenSslOwner<ASN1_OBJECT, ASN1_OBJECT_free> use(OBJ_txt2obj("serverAuth", 0));
+  X509_add1_reject_object(self.get(), use.get());
+  PEM_write_bio_X509_AUX(bio.get(), self.get());
+  X509_reject_clear(self.get());
+  char* pem = nullptr;
+  const long length = BIO_get_mem_data(bio.get(), &pem);
+  directory_.write("common/user_trusted/00000000.0", {pem, static_cast<size_t>(length)});
+  EXPECT_EQ("KU_INVALID NO_TRUSTED", findings(self, {}));
+}
+
+TEST_F(EvaluatorTest, ManyThreadsMayShareOneStore) {
+  TrustSources sources;
+  sources.root = directory_.path();
+  publish(CrlMaker(inter).revoke(leafBy(inter).serial({8}).make()));
+  const auto store = TrustStores(sources).get("common", "user_trusted");
+  const TestCertificate leaf = leafBy(inter).make();
+  std::atomic<int> valid{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      const unsigned char* der = leaf.der().data();
+      const X509Ptr own(d2i_X509(nullptr, &der, static_cast<long>(leaf.der().size())));
+      for (int j = 0; j < 25; ++j) {
+        valid +=
+            evaluateChain(own.get(), {inter.get()}, *store, std::nullopt).warnings == 0 ? 1 : 0;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(100, valid);
 }
 
 // One made chain for each finding, which provokes exactly it.
