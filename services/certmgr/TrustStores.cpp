@@ -80,7 +80,9 @@ void noteDirectory(SourceFiles& files, const std::string& directory, bool hashed
   }
   std::sort(names.begin(), names.end());
   for (const std::string& name : names) {
-    if (!hashedNamesOnly || isHashedName(name)) note(files, directory + "/" + name);
+    if (hashedNamesOnly && !isHashedName(name)) continue;
+    std::string path = directory;
+    note(files, path.append("/").append(name));
   }
 }
 

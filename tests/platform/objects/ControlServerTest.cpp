@@ -25,7 +25,6 @@
 
 namespace {
 
-using testing::HasSubstr;
 using testing::StartsWith;
 
 std::string echo(const ControlRequest& request) {
@@ -148,6 +147,7 @@ TEST_F(ControlServerTest, SilentClientsHoldNoWorker) {
   options.workers = 1;
   start(echo, options);
   std::vector<OwnedFd> silent;
+  silent.reserve(20);
   for (int i = 0; i < 20; ++i) silent.push_back(connect());
   EXPECT_EQ("res::hello", ask("hello"));
 }
@@ -207,6 +207,7 @@ TEST_F(ControlServerTest, ManyClientsAtOnceGetTheirOwnAnswers) {
   options.workers = 4;
   start(echo, options);
   std::vector<std::thread> threads;
+  threads.reserve(8);
   std::atomic<int> right{0};
   for (int i = 0; i < 8; ++i) {
     threads.emplace_back([&, i] {
