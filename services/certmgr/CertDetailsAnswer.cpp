@@ -1,6 +1,8 @@
 #include "services/certmgr/CertDetailsAnswer.h"
 
+#include <list>
 #include <stdexcept>
+#include <string>
 
 #include "platform/ppscodec/ppscodec.h"
 
@@ -19,7 +21,8 @@ class Encoder {
   void add(const char* name, const std::string& value) {
     pps_encoder_add_string(&encoder_, name, value.c_str());
   }
-  void add(const char* name, const std::vector<std::string>& values) {
+  template <class Strings>
+  void addArray(const char* name, const Strings& values) {
     pps_encoder_start_array(&encoder_, name);
     for (const std::string& value : values) add(nullptr, value);
     pps_encoder_end_array(&encoder_);
@@ -35,11 +38,9 @@ class Encoder {
   pps_encoder_t encoder_ = {};
 };
 
-std::vector<std::string> namesOf(Warnings warnings) {
-  std::vector<std::string> names;
-  for (std::size_t bit = 0; bit < kWarningNames.size(); ++bit) {
-    if ((warnings >> bit & 1) != 0) names.emplace_back(kWarningNames[bit]);
-  }
+std::list<std::string> namesOf(Warnings warnings) {
+  std::list<std::string> names;
+  CertificateWarnings::appendNames(warnings, &names);
   return names;
 }
 
@@ -52,11 +53,11 @@ std::string CertDetailsAnswer::encode() const {
   if (id) encoder.add("id", *id);
   encoder.startObject("dat");
   encoder.add("serial", serial);
-  encoder.add("subjectCommonName", commonNames);
-  encoder.add("subjectAltNames", subjectAltNames);
+  encoder.addArray("subjectCommonName", commonNames);
+  encoder.addArray("subjectAltNames", subjectAltNames);
   encoder.add("validity", warnings == 0 ? "VALID" : "INVALID");
-  if (warnings != 0) encoder.add("warnings", namesOf(warnings));
-  encoder.add("chain", chain);
+  if (warnings != 0) encoder.addArray("warnings", namesOf(warnings));
+  encoder.addArray("chain", chain);
   encoder.endObject();
   encoder.endObject();
   return encoder.text();

@@ -101,5 +101,6 @@ Warnings findInCaCertificate(X509* certificate) noexcept {
 }
 
 Warnings findInExtensions(X509* certificate) noexcept {
-  return (X509_get_extension_flags(certificate) & EXFLAG_INVALID) != 0 ? Warning::NO_TRUSTED : 0;
+  const bool unreadable = (X509_get_extension_flags(certificate) & EXFLAG_INVALID) != 0;
+  return unreadable ? Warnings{Warning::NO_TRUSTED} : 0;
 }

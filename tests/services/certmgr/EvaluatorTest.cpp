@@ -1,6 +1,7 @@
 #include "services/certmgr/Evaluator.h"
 
 #include <atomic>
+#include <list>
 #include <optional>
 #include <string>
 #include <thread>
@@ -19,12 +20,11 @@ namespace {
 
 // Findings as their names, so that a difference can be read.
 std::string namesOf(Warnings warnings) {
-  std::string names;
-  for (std::size_t bit = 0; bit < kWarningNames.size(); ++bit) {
-    if ((warnings >> bit & 1) != 0)
-      names += std::string(names.empty() ? "" : " ") + kWarningNames[bit];
-  }
-  return names;
+  std::list<std::string> names;
+  CertificateWarnings::appendNames(warnings, &names);
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : " ") + name;
+  return text;
 }
 
 class EvaluatorTest : public testing::Test {
