@@ -26,7 +26,6 @@ namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
-using testing::Not;
 using testing::StartsWith;
 
 class CertmgrdTest : public testing::Test {
