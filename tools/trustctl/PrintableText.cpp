@@ -45,16 +45,15 @@ constexpr Range unfit[] = {
 };
 
 // Sorted. Two columns on a terminal.
-constexpr Range wide[] = {{0x1100, 0x115E},   {0x2E80, 0xA4CF},   {0xAC00, 0xD7A3},
-                          {0xF900, 0xFAFF},   {0xFE30, 0xFE6F},   {0xFF01, 0xFF60},
-                          {0xFFE0, 0xFFE6},   {0x1F000, 0x1FAFF}, {0x20000, 0x3FFFD}};
+constexpr Range wide[] = {{0x1100, 0x115E}, {0x2E80, 0xA4CF},   {0xAC00, 0xD7A3},
+                          {0xF900, 0xFAFF}, {0xFE30, 0xFE6F},   {0xFF01, 0xFF60},
+                          {0xFFE0, 0xFFE6}, {0x1F000, 0x1FAFF}, {0x20000, 0x3FFFD}};
 
 template <std::size_t count>
 bool contains(const Range (&ranges)[count], char32_t c) {
-  const auto* found = std::lower_bound(std::begin(ranges), std::end(ranges), c,
-                                       [](const Range& range, char32_t value) {
-                                         return range.last < value;
-                                       });
+  const auto* found =
+      std::lower_bound(std::begin(ranges), std::end(ranges), c,
+                       [](const Range& range, char32_t value) { return range.last < value; });
   return found != std::end(ranges) && found->first <= c;
 }
 

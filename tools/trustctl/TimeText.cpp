@@ -1,5 +1,6 @@
 #include "tools/trustctl/TimeText.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cstddef>
@@ -112,8 +113,8 @@ std::string count(std::int64_t number, const char* unit) {
 }  // namespace
 
 std::optional<std::int64_t> parseTime(std::string_view text) {
-  const auto moment = !text.empty() && text.front() == '@' ? parseSeconds(text.substr(1))
-                                                           : parseCivil(text);
+  const auto moment =
+      !text.empty() && text.front() == '@' ? parseSeconds(text.substr(1)) : parseCivil(text);
   static const std::int64_t first = *civilTime(1950, 1, 1, 0, 0, 0);
   static const std::int64_t last = *civilTime(9999, 12, 31, 23, 59, 59);
   if (!moment || *moment < first || *moment > last) {

@@ -1,0 +1,20 @@
+#ifndef TOOLS_TRUSTCTL_COMMAND_H
+#define TOOLS_TRUSTCTL_COMMAND_H
+
+#include <functional>
+
+#include "tools/trustctl/CommandError.h"
+
+namespace CLI {
+class App;
+}
+
+// What is left to do once the command line is understood. Throws CommandError and Interrupted.
+using CommandAction = std::function<ExitStatus()>;
+
+// Each command adds itself to the program: its options, its help, and a callback that puts its
+// action into `chosen`. Both must outlive the parse.
+void addVerifyCommand(CLI::App* program, CommandAction* chosen);
+void addExplainCommand(CLI::App* program, CommandAction* chosen);
+
+#endif

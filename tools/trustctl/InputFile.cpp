@@ -1,0 +1,102 @@
+#include "tools/trustctl/InputFile.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <system_error>
+
+#include <fmt/format.h>
+
+#include "tools/trustctl/CommandError.h"
+#include "tools/trustctl/FileDescriptor.h"
+#include "tools/trustctl/Interruption.h"
+#include "tools/trustctl/PrintableText.h"
+
+namespace {
+
+[[noreturn]] void refuse(const std::string& path, const std::string& why) {
+  throw CommandError(ExitStatus::wrongUse, fmt::format("{} {}", inputName(path), why));
+}
+
+[[noreturn]] void refuseForErrno(const std::string& path, int error) {
+  const char* next = error == EACCES   ? "; run as a user who may read it"
+                     : error == ENOENT ? "; check the path"
+                                       : "";
+  refuse(path, fmt::format("cannot be read: {}{}", std::generic_category().message(error), next));
+}
+
+[[noreturn]] void refuseAsTooBig(const std::string& path) {
+  refuse(path, fmt::format("is larger than {} KiB, so it is no certificate chain; give the "
+                           "server's certificate and its intermediates only",
+                           maxInputBytes / 1024));
+}
+
+void requirePlainFile(const std::string& path, int fd) {
+  struct stat status {};
+  if (fstat(fd, &status) == -1) {
+    refuseForErrno(path, errno);
+  }
+  if (S_ISDIR(status.st_mode)) {
+    refuse(path, "is a directory; name the certificate file in it");
+  }
+  if (S_ISFIFO(status.st_mode)) {
+    refuse(path, "is a pipe, not a file; connect it to standard input and name it -");
+  }
+  if (!S_ISREG(status.st_mode)) {
+    refuse(path, "is not a plain file; give a file with certificates");
+  }
+  if (status.st_size > static_cast<off_t>(maxInputBytes)) {
+    refuseAsTooBig(path);
+  }
+}
+
+// A file may grow while it is read: the bound holds for what comes, not for what was said.
+std::string readBounded(const std::string& path, int fd) {
+  std::string content;
+  char piece[16384];
+  for (;;) {
+    const ssize_t count = read(fd, piece, sizeof piece);
+    if (count == -1 && errno == EINTR) {
+      Interruption::check();
+      continue;
+    }
+    if (count == -1) {
+      refuseForErrno(path, errno);
+    }
+    if (count == 0) {
+      return content;
+    }
+    content.append(piece, static_cast<std::size_t>(count));
+    if (content.size() > maxInputBytes) {
+      refuseAsTooBig(path);
+    }
+  }
+}
+
+}  // namespace
+
+std::string inputName(const std::string& path) {
+  return path == "-" ? "standard input" : fmt::format("'{}'", printableText(path));
+}
+
+std::string readInput(const std::string& path) {
+  FileDescriptor file;
+  int fd = STDIN_FILENO;
+  if (path != "-") {
+    // Without O_NONBLOCK the open of a named pipe would wait for its writer.
+    file.reset(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    fd = file.get();
+    if (fd == -1) {
+      refuseForErrno(path, errno);
+    }
+    requirePlainFile(path, fd);
+  }
+  std::string content = readBounded(path, fd);
+  if (content.empty()) {
+    refuse(path, "is empty; give a PEM, DER or PKCS#7 file with certificates");
+  }
+  return content;
+}

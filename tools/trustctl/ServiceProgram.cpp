@@ -1,0 +1,68 @@
+#include "tools/trustctl/ServiceProgram.h"
+
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <sstream>
+#include <system_error>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "tools/trustctl/CommandError.h"
+#include "tools/trustctl/PrintableText.h"
+
+namespace {
+
+constexpr const char* programName = "trust-certmgrd";
+
+bool isProgram(const std::filesystem::path& path) {
+  std::error_code error;
+  return std::filesystem::is_regular_file(path, error) && access(path.c_str(), X_OK) == 0;
+}
+
+std::vector<std::filesystem::path> placesToLook() {
+  std::vector<std::filesystem::path> places;
+  std::error_code error;
+  const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+  if (!error) {
+    const std::filesystem::path own = self.parent_path();
+    places.push_back(own);
+    places.push_back(own.parent_path() / "sbin");
+    places.push_back(own.parent_path() / "libexec" / "trustlib");
+  }
+  const char* searchPath = getenv("PATH");
+  std::istringstream directories(searchPath != nullptr ? searchPath : "");
+  for (std::string directory; std::getline(directories, directory, ':');) {
+    places.emplace_back(directory.empty() ? "." : directory);
+  }
+  return places;
+}
+
+}  // namespace
+
+std::string findServiceProgram() {
+  const char* named = getenv("TRUST_CERTMGRD");
+  if (named != nullptr && *named != '\0') {
+    if (!isProgram(named)) {
+      throw CommandError(
+          ExitStatus::undecided,
+          fmt::format("TRUST_CERTMGRD names '{}', which is not a program; correct or unset it",
+                      printableText(named)));
+    }
+    return named;
+  }
+  for (const std::filesystem::path& place : placesToLook()) {
+    std::filesystem::path program = place / programName;
+    if (isProgram(program)) {
+      return program.string();
+    }
+  }
+  throw CommandError(
+      ExitStatus::undecided,
+      fmt::format("the program {0}, which judges chains, is not installed: looked beside "
+                  "trustctl, in ../sbin, ../libexec/trustlib and PATH; install it, or set "
+                  "TRUST_CERTMGRD to its path",
+                  programName));
+}

@@ -1,0 +1,110 @@
+#include <fmt/format.h>
+
+#include "tools/trustctl/PrintableText.h"
+#include "tools/trustctl/TimeText.h"
+#include "tools/trustctl/VerdictReport.h"
+#include "tools/trustctl/WarningTexts.h"
+
+namespace {
+
+constexpr std::size_t pageColumns = 80;
+constexpr std::size_t labelColumns = 14;  // where the values of a certificate begin
+constexpr std::size_t domainColumns = 60;
+constexpr std::size_t linesPerName = 3;
+
+constexpr const char* red = "\x1b[1;31m";
+constexpr const char* green = "\x1b[1;32m";
+constexpr const char* yellow = "\x1b[33m";
+
+std::string painted(const char* colour, const std::string& text, const ReportContext& context) {
+  return context.colours ? fmt::format("{}{}\x1b[0m", colour, text) : text;
+}
+
+std::string shownDomain(const ReportContext& context) {
+  return fitLines(escapeText(*context.domain), domainColumns, 1).front();
+}
+
+void writeVerdict(const Verdict& verdict, const ReportContext& context, std::string* out) {
+  const std::string word =
+      verdict.trusted ? painted(green, "TRUSTED", context) : painted(red, "NOT TRUSTED", context);
+  const std::string domain = context.domain ? shownDomain(context) : "(no domain was checked)";
+  *out += fmt::format("{}  {}\n", word, domain);
+  if (context.timeGiven) {
+    *out += fmt::format("Judged as of {}.\n", formatTime(context.time));
+  }
+  if (verdict.byException) {
+    *out += "A stored decision of yours makes it trusted in spite of the warnings.\n";
+  }
+}
+
+void writeReasons(const Verdict& verdict, const ReportContext& context, std::string* out) {
+  const auto reasons = textsOf(verdict.warnings);
+  if (reasons.empty()) {
+    *out += verdict.trusted ? "The chain leads to a trusted root and passed every check.\n"
+                            : "The service gave no reason that this program knows.\n";
+    return;
+  }
+  *out += "\nWhy:\n";
+  for (const WarningText* reason : reasons) {
+    const std::string name = painted(yellow, warningName(*reason), context);
+    *out += fmt::format("  {}\n      {}\n", name, reason->summary);
+  }
+}
+
+void writeField(const char* label, const std::string& escaped, std::string* out) {
+  const std::string shown = escaped.empty() ? "(empty)" : escaped;
+  for (const std::string& line : fitLines(shown, pageColumns - labelColumns, linesPerName)) {
+    *out += fmt::format("    {:<{}}{}\n", label, labelColumns - 4, line);
+    label = "";
+  }
+}
+
+std::string timeText(const std::optional<std::int64_t>& time) {
+  return time ? formatTime(*time) : "(not a time)";
+}
+
+void writeValidity(const CertificateView& certificate, const ReportContext& context,
+                   std::string* out) {
+  writeField(
+      "valid",
+      fmt::format("{} to {}", timeText(certificate.notBefore), timeText(certificate.notAfter)),
+      out);
+  std::string outside;
+  if (certificate.notAfter && *certificate.notAfter < context.time) {
+    outside = fmt::format("EXPIRED {} before the check",
+                          formatSpan(context.time - *certificate.notAfter));
+  } else if (certificate.notBefore && *certificate.notBefore > context.time) {
+    outside = fmt::format("NOT VALID YET, only {} after the check",
+                          formatSpan(*certificate.notBefore - context.time));
+  }
+  if (!outside.empty()) {
+    *out += fmt::format("    {:<{}}{}\n", "", labelColumns - 4, painted(red, outside, context));
+  }
+}
+
+void writePath(const Verdict& verdict, const ReportContext& context, std::string* out) {
+  *out += "\nCertificate path, the server's own certificate first:\n";
+  std::size_t number = 0;
+  for (const CertificateView& certificate : verdict.chain) {
+    *out += fmt::format("  {}.\n", ++number);
+    writeField("subject", certificate.subject, out);
+    writeField("issued by", certificate.issuer, out);
+    writeValidity(certificate, context, out);
+    writeField("SHA-256", certificate.sha256, out);
+  }
+}
+
+}  // namespace
+
+std::string writeTextReport(const Verdict& verdict, const ReportContext& context) {
+  std::string out;
+  writeVerdict(verdict, context, &out);
+  writeReasons(verdict, context, &out);
+  writePath(verdict, context, &out);
+  const auto reasons = textsOf(verdict.warnings);
+  if (!reasons.empty()) {
+    out +=
+        fmt::format("\nWhat to do about it: trustctl explain {}\n", warningName(*reasons.front()));
+  }
+  return out;
+}

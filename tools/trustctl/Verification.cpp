@@ -1,0 +1,70 @@
+#include "tools/trustctl/Verification.h"
+
+#include <list>
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "tools/trustctl/CommandError.h"
+#include "tools/trustctl/Interruption.h"
+#include "tools/trustctl/PrintableText.h"
+#include "trustlib/CertificateImpl.h"
+#include "trustlib/DefaultCertificateBlacklist.h"
+#include "trustlib/TrustEngineImpl.h"
+#include "trustlib/util/PpsTimeoutException.h"
+
+namespace {
+
+std::unique_ptr<CertificateTrustInfo> askLibrary(const Question& question) {
+  std::list<CertificateImpl> certificates;
+  std::list<Certificate*> chain;
+  for (const CertificateDer& der : question.chain) {
+    certificates.emplace_back(der.data(), static_cast<unsigned int>(der.size()));
+    chain.push_back(&certificates.back());
+  }
+  const std::list<std::string> altDomains(question.altDomains.begin(), question.altDomains.end());
+
+  TrustEngineImpl engine(&chain);
+  engine.setDomainName(question.domain ? &*question.domain : nullptr);
+  engine.setAltDomainName(altDomains.empty() ? nullptr : &altDomains);
+  if (!question.application.empty()) {
+    engine.setTrustStore(&question.application, &question.className);
+  }
+  engine.setCertificateBlacklist(DefaultCertificateBlacklist::getInstance());
+  engine.setPpsTimeout(question.timeoutSeconds);
+  return std::unique_ptr<CertificateTrustInfo>(engine.verify());
+}
+
+Verdict describe(const CertificateTrustInfo& info) {
+  Verdict verdict{info.isValid(), info.isException(), info.isRevoked(), info.getWarnings(), {}};
+  for (const Certificate* certificate : *info.getCertificateChain()) {
+    const unsigned char* der = certificate->getDer();
+    verdict.chain.push_back(
+        viewCertificate(CertificateDer(der, der + certificate->getDerLength())));
+  }
+  return verdict;
+}
+
+}  // namespace
+
+Verdict judge(const Question& question) {
+  Interruption::check();
+  try {
+    const std::unique_ptr<CertificateTrustInfo> info = askLibrary(question);
+    Interruption::check();
+    return describe(*info);
+  } catch (const PpsTimeoutException&) {
+    Interruption::check();
+    throw CommandError(
+        ExitStatus::undecided,
+        fmt::format("the certificate services did not answer within {} second{}; "
+                    "allow more with --timeout, or try --private",
+                    question.timeoutSeconds, question.timeoutSeconds == 1 ? "" : "s"));
+  } catch (const TrustManagerException& error) {
+    Interruption::check();  // an interrupted wait is an error of the library
+    throw CommandError(ExitStatus::undecided,
+                       fmt::format("no verdict on this chain: {}; check the input, or try "
+                                   "--private",
+                                   printableText(error.what(), 300)));
+  }
+}

@@ -1,0 +1,223 @@
+#include <errno.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+
+#include "tools/trustctl/Command.h"
+#include "tools/trustctl/InputFile.h"
+#include "tools/trustctl/PrintableText.h"
+#include "tools/trustctl/PrivateServices.h"
+#include "tools/trustctl/TimeText.h"
+#include "tools/trustctl/VerdictReport.h"
+
+namespace {
+
+constexpr int longestTimeoutSeconds = 24 * 60 * 60;
+constexpr std::size_t longestStoreName = 64;
+
+constexpr const char* help =
+    "FILE holds certificates as PEM, DER or PKCS#7; - is standard input. Give the server's\n"
+    "own certificate first, then its intermediates, in one file or in several. The root is\n"
+    "not needed: it must be on this machine, or be given with --cafile.\n\n"
+    "Examples:\n"
+    "  trustctl verify --domain example.org chain.pem\n"
+    "  trustctl verify --domain example.org leaf.pem intermediate.pem\n"
+    "  trustctl verify --domain intra.example --cafile company-root.pem chain.pem\n"
+    "  trustctl verify --domain example.org --at 2026-01-31 chain.pem\n"
+    "  openssl s_client -connect example.org:443 -servername example.org -showcerts </dev/null |\n"
+    "      trustctl verify --domain example.org -\n\n"
+    "Exit status: 0 trusted, 1 not trusted, 2 wrong use or unusable input, 3 no verdict.\n";
+
+struct VerifyOptions {
+  std::optional<std::string> domain;
+  std::vector<std::string> altDomains;
+  std::string application;
+  std::string className;
+  std::optional<std::string> at;
+  int timeoutSeconds = 30;
+  bool ownServices = false;
+  bool json = false;
+  ServiceSettings settings;  // its time comes from `at`
+  std::vector<std::string> files;
+};
+
+[[noreturn]] void refuse(const std::string& text) {
+  throw CommandError(ExitStatus::wrongUse, text);
+}
+
+void requireDomain(const std::string& domain) {
+  if (domain.empty()) {
+    refuse("the domain is empty; give a name such as example.org");
+  }
+  if (domain.find('/') != std::string::npos) {
+    refuse(fmt::format("'{}' is not a domain; give the name alone, such as example.org",
+                       printableText(domain)));
+  }
+}
+
+// The library puts these names into paths and requests as they are.
+void requireStoreName(const char* option, const std::string& name) {
+  const bool isPlain = std::all_of(name.begin(), name.end(), [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' ||
+           c == '_' || c == '-';
+  });
+  if (!isPlain || name.empty() || name.front() == '.' || name.size() > longestStoreName) {
+    refuse(
+        fmt::format("'{}' cannot be a name for {}; use letters, digits, '.', '_' and '-', at "
+                    "most {}, the first not '.'",
+                    printableText(name), option, longestStoreName));
+  }
+}
+
+void requireAnchorPaths(const ServiceSettings& settings) {
+  for (const std::string& file : {settings.cafile, settings.crlfile}) {
+    std::error_code error;
+    if (!file.empty() && !std::filesystem::is_regular_file(file, error)) {
+      refuse(fmt::format("{} is not a file that can be read; check the path", inputName(file)));
+    }
+    if (!file.empty() && access(file.c_str(), R_OK) != 0) {
+      refuse(fmt::format("{} cannot be read: {}", inputName(file), strerror(errno)));
+    }
+  }
+  std::error_code error;
+  if (!settings.capath.empty() && !std::filesystem::is_directory(settings.capath, error)) {
+    refuse(
+        fmt::format("{} is not a directory; --capath takes one made by openssl rehash, "
+                    "--cafile takes a file",
+                    inputName(settings.capath)));
+  }
+}
+
+void checkOptions(VerifyOptions* options) {
+  if (options->domain) {
+    requireDomain(*options->domain);
+  } else if (!options->altDomains.empty()) {
+    refuse("--alt-domain adds to a domain; give that with --domain");
+  }
+  for (const std::string& domain : options->altDomains) {
+    requireDomain(domain);
+  }
+  if (!options->application.empty() || !options->className.empty()) {
+    requireStoreName("--application", options->application);
+    requireStoreName("--class", options->className);
+  }
+  if (options->timeoutSeconds < 1 || options->timeoutSeconds > longestTimeoutSeconds) {
+    refuse(fmt::format("--timeout takes 1 to {} seconds", longestTimeoutSeconds));
+  }
+  if (options->at) {
+    options->settings.time = parseTime(*options->at);
+    if (!options->settings.time) {
+      refuse(
+          fmt::format("'{}' is not a time; give --at as 2026-01-31, 2026-01-31T12:00:00Z or "
+                      "@1769860800",
+                      printableText(*options->at)));
+    }
+  }
+  requireAnchorPaths(options->settings);
+}
+
+// Services that judge by other roots or another clock than asked for must not be asked.
+bool needsPrivateServices(const VerifyOptions& options) {
+  if (options.ownServices) {
+    return true;
+  }
+  const bool running = servicesAreRunning();
+  if (running && options.settings.any()) {
+    refuse(
+        "--cafile, --capath, --crlfile and --at cannot be used with the certificate services "
+        "that are running; add --private to judge with services of this run's own");
+  }
+  return !running;
+}
+
+Verdict verify(const VerifyOptions& options) {
+  const Question question{readCertificates(options.files),
+                          options.domain,
+                          options.altDomains,
+                          options.application,
+                          options.className,
+                          options.timeoutSeconds};
+  if (!needsPrivateServices(options)) {
+    return judge(question);
+  }
+  const PrivateServices services(options.settings);
+  return judge(question);
+}
+
+bool wantsColours() {
+  const char* refused = getenv("NO_COLOR");
+  const char* terminal = getenv("TERM");
+  const bool isDumb = terminal != nullptr && strcmp(terminal, "dumb") == 0;
+  return isatty(STDOUT_FILENO) == 1 && refused == nullptr && !isDumb;
+}
+
+ExitStatus runVerify(VerifyOptions* options) {
+  try {
+    checkOptions(options);
+    const Verdict verdict = verify(*options);
+    const std::optional<std::int64_t>& at = options->settings.time;
+    const ReportContext context{options->domain, at.value_or(currentTime()), at.has_value(),
+                                wantsColours()};
+    fmt::print("{}", options->json ? writeJsonReport(verdict, context)
+                                   : writeTextReport(verdict, context));
+    return verdict.trusted ? ExitStatus::trusted : ExitStatus::notTrusted;
+  } catch (const CommandError& error) {
+    if (options->json) {
+      fmt::print("{}", writeJsonError(error.what(), options->domain));
+    }
+    throw;
+  }
+}
+
+}  // namespace
+
+void addVerifyCommand(CLI::App* program, CommandAction* chosen) {
+  CLI::App* command = program->add_subcommand("verify", "Judge a certificate chain from files");
+  command->footer(help);
+  const auto options = std::make_shared<VerifyOptions>();
+  command->add_option("-d,--domain", options->domain, "The server's name that you asked for")
+      ->type_name("NAME");
+  command
+      ->add_option("--alt-domain", options->altDomains, "A further name that will do; repeatable")
+      ->type_name("NAME")
+      ->allow_extra_args(false);
+  CLI::Option* application =
+      command->add_option("--application", options->application, "Trust store: its application")
+          ->type_name("NAME");
+  CLI::Option* className =
+      command->add_option("--class", options->className, "Trust store: its class")
+          ->type_name("NAME")
+          ->needs(application);
+  application->needs(className);
+  command->add_option("--cafile", options->settings.cafile, "Trust these roots, not the system's")
+      ->type_name("FILE");
+  command
+      ->add_option("--capath", options->settings.capath,
+                   "The same, a directory made by openssl rehash")
+      ->type_name("DIR");
+  command->add_option("--crlfile", options->settings.crlfile, "Revocation lists to heed as well")
+      ->type_name("FILE");
+  command
+      ->add_option("--at", options->at, "Judge as of this time: 2026-01-31, RFC 3339 or @seconds")
+      ->type_name("TIME");
+  command->add_option("--timeout", options->timeoutSeconds, "Wait so long for the services (30)")
+      ->type_name("SECONDS");
+  command->add_flag("--private", options->ownServices, "Start services of this run's own");
+  command->add_flag("--json", options->json, "One JSON object on one line, for programs");
+  command->add_option("FILE", options->files, "Certificates, the server's own first; - for stdin")
+      ->required()
+      ->type_name("");
+  command->callback(
+      [options, chosen] { *chosen = [options] { return runVerify(options.get()); }; });
+}
