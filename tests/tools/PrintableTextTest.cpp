@@ -83,7 +83,7 @@ TEST(FitLines, GivesOneLineForNothing) {
 
 TEST(FitLines, CutsWithAMarkThatTellsHowMuch) {
   EXPECT_THAT(fitLines(std::string(100, 'a'), 40, 1),
-              ElementsAre(std::string(24, 'a') + "\\[76 more bytes]"));
+              ElementsAre(std::string(23, 'a') + "\\[77 more bytes]"));
 }
 
 TEST(FitLines, CountsTheCutInBytesWhenColumnsAreNarrowerThanBytes) {
@@ -123,7 +123,7 @@ TEST(FitLines, CountsWideCharactersTwice) {
 
 TEST(PrintableText, EscapesAndCutsToOneLine) {
   EXPECT_EQ("a\\x0ab", printableText("a\nb"));
-  EXPECT_EQ(std::string(24, 'a') + "\\[76 more bytes]", printableText(std::string(100, 'a'), 40));
+  EXPECT_EQ(std::string(23, 'a') + "\\[77 more bytes]", printableText(std::string(100, 'a'), 40));
 }
 
 }  // namespace

@@ -2,7 +2,8 @@
 
 #include <errno.h>
 #include <fcntl.h>
-#include <signal.h>
+#include <sched.h>
+#include <stdlib.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -72,13 +73,14 @@ void TrustctlTest::TearDown() {
   EXPECT_TRUE(std::filesystem::is_empty(temporary_)) << "something was left in TMPDIR";
 }
 
-Run TrustctlTest::run(const std::vector<std::string>& arguments, const std::string& input) {
+ProgramRun TrustctlTest::run(const std::vector<std::string>& arguments, const std::string& input) {
   return finish(start(arguments, input));
 }
 
-pid_t TrustctlTest::start(const std::vector<std::string>& arguments, const std::string& input) {
+pid_t TrustctlTest::start(const std::vector<std::string>& arguments, const std::string& input,
+                          const std::string& outPath) {
   const std::string in = directory_.write("stdin", input);
-  const std::string out = directory_.path("stdout");
+  const std::string out = outPath.empty() ? directory_.path("stdout") : outPath;
   const std::string err = directory_.path("stderr");
   std::vector<std::string> words = {TRUSTCTL_PROGRAM};
   words.insert(words.end(), arguments.begin(), arguments.end());
@@ -99,12 +101,12 @@ pid_t TrustctlTest::start(const std::vector<std::string>& arguments, const std::
   return child;
 }
 
-Run TrustctlTest::finish(pid_t child) {
+ProgramRun TrustctlTest::finish(pid_t child) {
   int status = 0;
   if (waitpid(child, &status, 0) != child) {
     throw std::runtime_error("the program cannot be waited for");
   }
-  Run result;
+  ProgramRun result;
   result.status = WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
   result.out = readFile(directory_.path("stdout"));
   result.err = readFile(directory_.path("stderr"));
@@ -119,6 +121,19 @@ std::vector<std::string> TrustctlTest::filesBelow(const std::string& directory) 
     }
   }
   return files;
+}
+
+void TrustctlTest::awaitControlObjectBelow(const std::string& directory) {
+  for (;;) {
+    std::error_code vanished;  // the service is at work in there
+    std::filesystem::recursive_directory_iterator entry(directory, vanished);
+    for (; !vanished && entry != std::filesystem::end(entry); entry.increment(vanished)) {
+      if (entry->path().filename() == "control") {
+        return;
+      }
+    }
+    sched_yield();
+  }
 }
 
 void TrustctlTest::awaitOrphans() {

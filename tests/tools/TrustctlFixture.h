@@ -14,7 +14,7 @@
 #include "tests/support/TemporaryDirectory.h"
 
 // What one run of the program left behind.
-struct Run {
+struct ProgramRun {
   int status = -1;  // exit status; minus the signal when one ended it
   std::string out;
   std::string err;
@@ -29,14 +29,19 @@ class TrustctlTest : public testing::Test {
   void TearDown() override;
 
   // Runs the program with these arguments to its end.
-  Run run(const std::vector<std::string>& arguments, const std::string& input = "");
+  ProgramRun run(const std::vector<std::string>& arguments, const std::string& input = "");
 
   // The same in two steps, for tests that do something while it runs.
-  pid_t start(const std::vector<std::string>& arguments, const std::string& input = "");
-  Run finish(pid_t child);
+  // Standard output goes to the file `out`, which an empty name makes the usual one.
+  pid_t start(const std::vector<std::string>& arguments, const std::string& input = "",
+              const std::string& out = "");
+  ProgramRun finish(pid_t child);
 
   // The paths of regular files, sockets and pipes below a directory.
   static std::vector<std::string> filesBelow(const std::string& directory);
+
+  // Waits until somebody listens on a control object below the directory.
+  static void awaitControlObjectBelow(const std::string& directory);
 
   // Waits for processes that lost their parent to end, as long as the test may run.
   static void awaitOrphans();

@@ -43,9 +43,6 @@ class InterruptionBlocker {
   InterruptionBlocker(const InterruptionBlocker&) = delete;
   InterruptionBlocker& operator=(const InterruptionBlocker&) = delete;
 
-  // The signals that were held back before, for a child to begin with.
-  const sigset_t& before() const { return before_; }
-
  private:
   sigset_t before_;
 };

@@ -4,13 +4,14 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <spawn.h>
 #include <stdlib.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
@@ -59,46 +60,42 @@ std::vector<std::string> serviceArguments(const std::string& program, const std:
   return arguments;
 }
 
-// The actions and attributes of one posix_spawn().
-class SpawnPlan {
- public:
-  SpawnPlan() {
-    posix_spawn_file_actions_init(&actions);
-    posix_spawnattr_init(&attributes);
+// The child's part, up to the service program. SIGTERM stays held back until that program is
+// ready to end in order: then it clears its directory even where this program is killed before
+// it has come that far. A group of its own keeps the terminal's Ctrl-C from it: this program
+// passes that on.
+[[noreturn]] void becomeService(char* const* arguments, int errorsFd, int readyFd, pid_t parent) {
+  prctl(PR_SET_PDEATHSIG, SIGTERM);
+  if (getppid() != parent) {
+    kill(getpid(), SIGTERM);
   }
-  ~SpawnPlan() {
-    posix_spawn_file_actions_destroy(&actions);
-    posix_spawnattr_destroy(&attributes);
+  setpgid(0, 0);
+  const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+  dup2(null, STDIN_FILENO);
+  dup2(null, STDOUT_FILENO);
+  dup2(errorsFd, STDERR_FILENO);
+  // To itself dup2 would leave the descriptor to be closed.
+  if (readyFd == childReadyFd ? fcntl(readyFd, F_SETFD, 0) != -1
+                              : dup2(readyFd, childReadyFd) != -1) {
+    execv(arguments[0], arguments);
   }
-  SpawnPlan(const SpawnPlan&) = delete;
-  SpawnPlan& operator=(const SpawnPlan&) = delete;
+  dprintf(STDERR_FILENO, "%s\n", std::generic_category().message(errno).c_str());
+  _exit(127);
+}
 
-  posix_spawn_file_actions_t actions;
-  posix_spawnattr_t attributes;
-};
-
-// A group of its own keeps the terminal's Ctrl-C from the child: this program passes it on.
-pid_t spawn(const std::vector<std::string>& arguments, int errorsFd, int readyFd,
-            const sigset_t& signalMask) {
-  SpawnPlan plan;
-  posix_spawn_file_actions_adddup2(&plan.actions, errorsFd, STDERR_FILENO);
-  posix_spawn_file_actions_adddup2(&plan.actions, readyFd, childReadyFd);
-  posix_spawn_file_actions_addopen(&plan.actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&plan.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  posix_spawnattr_setflags(&plan.attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
-  posix_spawnattr_setpgroup(&plan.attributes, 0);
-  posix_spawnattr_setsigmask(&plan.attributes, &signalMask);
-
+pid_t startService(const std::vector<std::string>& arguments, int errorsFd, int readyFd) {
   std::vector<char*> pointers;
   for (const std::string& argument : arguments) {
-    pointers.push_back(const_cast<char*>(argument.c_str()));  // posix_spawn does not write
+    pointers.push_back(const_cast<char*>(argument.c_str()));  // exec does not write
   }
   pointers.push_back(nullptr);
-  pid_t child = 0;
-  const int error = posix_spawn(&child, arguments.front().c_str(), &plan.actions, &plan.attributes,
-                                pointers.data(), environ);
-  if (error != 0) {
-    fail(fmt::format("cannot start '{}'", printableText(arguments.front())), error);
+  const pid_t parent = getpid();
+  const pid_t child = fork();
+  if (child == 0) {
+    becomeService(pointers.data(), errorsFd, readyFd, parent);
+  }
+  if (child == -1) {
+    fail("cannot start private certificate services", errno);
   }
   return child;
 }
@@ -210,7 +207,7 @@ void PrivateServices::start(const ServiceSettings& settings) {
   FileDescriptor childsEnd(ends[1]);
   {
     const InterruptionBlocker blocker;  // a signal must find the child it is to end
-    child_ = spawn(arguments, errors.get(), childsEnd.get(), blocker.before());
+    child_ = startService(arguments, errors.get(), childsEnd.get());
     Interruption::watchChild(child_);
   }
   childsEnd.reset();

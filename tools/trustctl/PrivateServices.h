@@ -3,21 +3,9 @@
 
 #include <sys/types.h>
 
-#include <cstdint>
-#include <optional>
 #include <string>
-#include <vector>
 
-// What private services are to judge by.
-struct ServiceSettings {
-  std::string cafile;                // roots instead of the system's; empty for none
-  std::string capath;                // the same, as a hashed directory
-  std::string crlfile;               // further revocation lists; empty for none
-  std::optional<std::int64_t> time;  // seconds since 1970 to judge as of; the clock without
-
-  // True when anything is set.
-  bool any() const { return !cafile.empty() || !capath.empty() || !crlfile.empty() || time; }
-};
+#include "tools/trustctl/ServiceSettings.h"
 
 // True when certificate services already run for this user or machine. Throws CommandError
 // (undecided) when they are there but cannot be reached.

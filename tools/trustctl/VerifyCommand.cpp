@@ -1,11 +1,9 @@
-#include <errno.h>
 #include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,9 +13,9 @@
 #include <CLI/CLI.hpp>
 
 #include "tools/trustctl/Command.h"
-#include "tools/trustctl/InputFile.h"
 #include "tools/trustctl/PrintableText.h"
 #include "tools/trustctl/PrivateServices.h"
+#include "tools/trustctl/ServiceSettings.h"
 #include "tools/trustctl/TimeText.h"
 #include "tools/trustctl/VerdictReport.h"
 
@@ -80,25 +78,6 @@ void requireStoreName(const char* option, const std::string& name) {
   }
 }
 
-void requireAnchorPaths(const ServiceSettings& settings) {
-  for (const std::string& file : {settings.cafile, settings.crlfile}) {
-    std::error_code error;
-    if (!file.empty() && !std::filesystem::is_regular_file(file, error)) {
-      refuse(fmt::format("{} is not a file that can be read; check the path", inputName(file)));
-    }
-    if (!file.empty() && access(file.c_str(), R_OK) != 0) {
-      refuse(fmt::format("{} cannot be read: {}", inputName(file), strerror(errno)));
-    }
-  }
-  std::error_code error;
-  if (!settings.capath.empty() && !std::filesystem::is_directory(settings.capath, error)) {
-    refuse(
-        fmt::format("{} is not a directory; --capath takes one made by openssl rehash, "
-                    "--cafile takes a file",
-                    inputName(settings.capath)));
-  }
-}
-
 void checkOptions(VerifyOptions* options) {
   if (options->domain) {
     requireDomain(*options->domain);
@@ -124,7 +103,7 @@ void checkOptions(VerifyOptions* options) {
                       printableText(*options->at)));
     }
   }
-  requireAnchorPaths(options->settings);
+  requireUsable(options->settings);
 }
 
 // Services that judge by other roots or another clock than asked for must not be asked.
@@ -203,8 +182,7 @@ void addVerifyCommand(CLI::App* program, CommandAction* chosen) {
   command->add_option("--cafile", options->settings.cafile, "Trust these roots, not the system's")
       ->type_name("FILE");
   command
-      ->add_option("--capath", options->settings.capath,
-                   "The same, a directory made by openssl rehash")
+      ->add_option("--capath", options->settings.capath, "The same, from all files of a directory")
       ->type_name("DIR");
   command->add_option("--crlfile", options->settings.crlfile, "Revocation lists to heed as well")
       ->type_name("FILE");

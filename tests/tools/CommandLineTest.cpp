@@ -1,0 +1,101 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/tools/TrustctlFixture.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+class CommandLine : public TrustctlTest {};
+
+TEST_F(CommandLine, HelpTeachesWithExamplesAndExitStatus) {
+  const ProgramRun result = run({"--help"});
+  EXPECT_EQ(0, result.status);
+  EXPECT_THAT(result.out, HasSubstr("trustctl verify --domain example.org chain.pem"));
+  EXPECT_THAT(result.out, HasSubstr("Exit status: 0 trusted"));
+  EXPECT_EQ("", result.err);
+}
+
+TEST_F(CommandLine, HelpOfVerifyTeachesItsOptions) {
+  const ProgramRun result = run({"verify", "--help"});
+  EXPECT_EQ(0, result.status);
+  EXPECT_THAT(result.out, HasSubstr("--cafile FILE"));
+  EXPECT_THAT(result.out, HasSubstr("Exit status: 0 trusted"));
+}
+
+TEST_F(CommandLine, HelpOfExplainHasExamples) {
+  const ProgramRun result = run({"explain", "--help"});
+  EXPECT_EQ(0, result.status);
+  EXPECT_THAT(result.out, HasSubstr("trustctl explain CERT_EXPIRY"));
+}
+
+TEST_F(CommandLine, VersionIsOneLine) {
+  const ProgramRun result = run({"--version"});
+  EXPECT_EQ(0, result.status);
+  EXPECT_THAT(result.out, MatchesRegex("trustctl [0-9.]+\n"));
+}
+
+TEST_F(CommandLine, WithoutACommandSaysWhatThereIs) {
+  const ProgramRun result = run({});
+  EXPECT_EQ(2, result.status);
+  EXPECT_TRUE(isComplaint(result.err, "verify or explain"));
+}
+
+TEST_F(CommandLine, SuggestsTheCommandThatWasMeant) {
+  const ProgramRun result = run({"verfiy", "x.pem"});
+  EXPECT_EQ(2, result.status);
+  EXPECT_TRUE(isComplaint(result.err, "'verfiy' (did you mean verify?)"));
+}
+
+TEST_F(CommandLine, SuggestsNothingForAForeignCommand) {
+  const ProgramRun result = run({"banana"});
+  EXPECT_EQ(2, result.status);
+  EXPECT_EQ(std::string::npos, result.err.find("did you mean"));
+}
+
+TEST_F(CommandLine, EscapesAForeignCommand) {
+  const ProgramRun result = run({"\x1b[2J\n"});
+  EXPECT_EQ(2, result.status);
+  EXPECT_TRUE(isComplaint(result.err, "'\\x1b[2J\\x0a'"));
+}
+
+TEST_F(CommandLine, EscapesAForeignOption) {
+  const ProgramRun result = run({"verify", "--\x1b[2J\n", "x.pem"});
+  EXPECT_EQ(2, result.status);
+  EXPECT_TRUE(isComplaint(result.err, "\\x1b[2J"));
+}
+
+TEST_F(CommandLine, SaysWhenTheOutputIsLost) {
+  const ProgramRun result = finish(start({"explain"}, "", "/dev/full"));
+  EXPECT_EQ(3, result.status);
+  EXPECT_TRUE(isComplaint(result.err, "the output cannot be written"));
+}
+
+TEST_F(CommandLine, ExplainsAllWarnings) {
+  const ProgramRun result = run({"explain"});
+  EXPECT_EQ(0, result.status);
+  EXPECT_THAT(result.out, HasSubstr("  BC_NOT_CRITICAL\n"));
+  EXPECT_THAT(result.out, HasSubstr("  DOMAINNAME_MISMATCH\n"));
+}
+
+TEST_F(CommandLine, ExplainsOneWarningInFull) {
+  const ProgramRun result = run({"explain", "no_trusted"});
+  EXPECT_EQ(0, result.status);
+  EXPECT_THAT(result.out, StartsWith("NO_TRUSTED\n"));
+  EXPECT_THAT(result.out, HasSubstr("What it means\n"));
+  EXPECT_THAT(result.out, HasSubstr("What an attacker could do\n"));
+  EXPECT_THAT(result.out, HasSubstr("The usual innocent cause\n"));
+  EXPECT_THAT(result.out, HasSubstr("What to do\n"));
+}
+
+TEST_F(CommandLine, SuggestsTheWarningThatWasMeant) {
+  const ProgramRun result = run({"explain", "CERT_EXPIRED"});
+  EXPECT_EQ(2, result.status);
+  EXPECT_EQ("", result.out);
+  EXPECT_TRUE(isComplaint(result.err, "did you mean CERT_EXPIRY?"));
+}
+
+}  // namespace
