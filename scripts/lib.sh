@@ -1,0 +1,61 @@
+# Shell helpers shared by the scripts in this folder; source it, do not run it.
+# shellcheck shell=bash
+
+# What building takes, and what testing takes besides, as Debian packages.
+build_packages=(g++ cmake ninja-build ccache libssl-dev openssl ca-certificates rapidjson-dev
+  libasio-dev libcli11-dev libfmt-dev)
+# shellcheck disable=SC2034  # used by the scripts that source this file
+test_packages=(libgtest-dev libgmock-dev libbenchmark-dev valgrind)
+
+# fail TEXT: says what failed and what to do next, and ends the script.
+fail() {
+  printf '%s: %s\n' "${0##*/}" "$1" >&2
+  exit 1
+}
+
+# missing_packages NAME...: prints those that are not installed, one a line.
+missing_packages() {
+  local name
+  for name in "$@"; do
+    if [[ $(dpkg-query -W -f='${db:Status-Status}' "$name" 2>/dev/null) != installed ]]; then
+      printf '%s\n' "$name"
+    fi
+  done
+}
+
+# run_logged LOG COMMAND...: runs the command silently; shows the end of its output when it fails.
+run_logged() {
+  local log=$1
+  shift
+  if ! "$@" >>"$log" 2>&1 </dev/null; then
+    tail -n 20 "$log" >&2
+    fail "'$1' failed; the last lines of its output stand above"
+  fi
+}
+
+# install_packages LOG NAME...: installs what is missing, as root or through sudo, and asks
+# nothing. Touches neither network nor system when nothing is missing.
+install_packages() {
+  local log=$1
+  shift
+  if ! command -v dpkg-query >/dev/null; then
+    printf 'This is no Debian system: please see to these yourself: %s\n' "$*"
+    return
+  fi
+  local missing
+  mapfile -t missing < <(missing_packages "$@")
+  if ((${#missing[@]} == 0)); then
+    return
+  fi
+  local as_root=()
+  if ((EUID != 0)); then
+    command -v sudo >/dev/null ||
+      fail "these packages are missing, and there is no sudo; as root run: apt-get install ${missing[*]}"
+    as_root=(sudo)
+    sudo -v # asks for the password while it can be seen
+  fi
+  printf 'Installing: %s\n' "${missing[*]}"
+  run_logged "$log" "${as_root[@]}" apt-get -q update
+  run_logged "$log" "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get -q -y --no-install-recommends install "${missing[@]}"
+}
