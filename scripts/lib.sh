@@ -1,10 +1,10 @@
 # Shell helpers shared by the scripts in this folder; source it, do not run it.
 # shellcheck shell=bash
+# shellcheck disable=SC2034  # the lists are for the scripts that source this file
 
 # What building takes, and what testing takes besides, as Debian packages.
 build_packages=(g++ cmake ninja-build ccache libssl-dev openssl ca-certificates rapidjson-dev
   libasio-dev libcli11-dev libfmt-dev)
-# shellcheck disable=SC2034  # used by the scripts that source this file
 test_packages=(libgtest-dev libgmock-dev libbenchmark-dev valgrind)
 
 # fail TEXT: says what failed and what to do next, and ends the script.
