@@ -1,3 +1,7 @@
+#include <fcntl.h>
+#include <stdlib.h>
+#include <unistd.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -147,6 +151,49 @@ TEST_F(Verify, DoesNotColourWhatIsNoTerminal) {
   environment_["TERM"] = "xterm-256color";
   const ProgramRun result = run(verifyWithRoot({chainFile_}));
   EXPECT_EQ(std::string::npos, result.out.find('\x1b'));
+}
+
+// The master side of a new terminal.
+class Terminal {
+ public:
+  Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY)) {
+    EXPECT_EQ(0, grantpt(master_));
+    EXPECT_EQ(0, unlockpt(master_));
+    // As long as somebody holds the other side, what was written there can be read.
+    holder_ = open(path().c_str(), O_RDWR | O_NOCTTY);
+  }
+  ~Terminal() {
+    close(holder_);
+    close(master_);
+  }
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+
+  std::string path() const { return ptsname(master_); }
+  std::string firstOutput() const {
+    char text[4096];
+    const ssize_t length = read(master_, text, sizeof text);
+    return {text, static_cast<std::size_t>(length > 0 ? length : 0)};
+  }
+
+ private:
+  int master_;
+  int holder_ = -1;
+};
+
+TEST_F(Verify, ColoursTheVerdictOnATerminal) {
+  const Terminal terminal;
+  environment_["TERM"] = "xterm-256color";
+  EXPECT_EQ(0, finish(start(verifyWithRoot({chainFile_}), "", terminal.path())).status);
+  EXPECT_THAT(terminal.firstOutput(), StartsWith("\x1b[1;32mTRUSTED\x1b[0m"));
+}
+
+TEST_F(Verify, DoesNotColourWhereNoColorIsSet) {
+  const Terminal terminal;
+  environment_["TERM"] = "xterm-256color";
+  environment_["NO_COLOR"] = "1";
+  EXPECT_EQ(0, finish(start(verifyWithRoot({chainFile_}), "", terminal.path())).status);
+  EXPECT_THAT(terminal.firstOutput(), StartsWith("TRUSTED  "));
 }
 
 TEST_F(Verify, DrawsNothingFromAHostileCertificate) {

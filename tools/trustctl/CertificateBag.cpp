@@ -48,6 +48,7 @@ std::optional<std::vector<CertificateDer>> readCertificateBag(const unsigned cha
     return {};
   }
   std::vector<X509*> all;  // borrowed from the bag
+  all.reserve(static_cast<std::size_t>(std::max(sk_X509_num(bag->d.sign->cert), 0)));
   for (int i = 0; i < sk_X509_num(bag->d.sign->cert); ++i) {
     all.push_back(sk_X509_value(bag->d.sign->cert, i));
   }

@@ -85,6 +85,7 @@ std::vector<std::string> serviceArguments(const std::string& program, const std:
 
 pid_t startService(const std::vector<std::string>& arguments, int errorsFd, int readyFd) {
   std::vector<char*> pointers;
+  pointers.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) {
     pointers.push_back(const_cast<char*>(argument.c_str()));  // exec does not write
   }

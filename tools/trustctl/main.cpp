@@ -126,7 +126,6 @@ int main(int argc, char** argv) {
   try {
     return finishOutput(run(argc, argv));
   } catch (const Interrupted&) {
-    fflush(stdout);
     Interruption::reraise();
   } catch (const std::exception& error) {
     return complain(ExitStatus::undecided,
