@@ -68,9 +68,9 @@ TEST_F(Interrupted, ByASignalBeforeAServiceThatIgnoresItAllTheSame) {
 TEST_F(Interrupted, ByAHangupThatIsIgnoredGoesOn) {
   SilentService service(directory_.path("run"));
   environment_["PPS_RUNTIME_DIR"] = directory_.path("run");
-  signal(SIGHUP, SIG_IGN);
+  ASSERT_NE(SIG_ERR, signal(SIGHUP, SIG_IGN));
   const pid_t child = start({"verify", "--timeout", "1", chainFile_});
-  signal(SIGHUP, SIG_DFL);
+  ASSERT_NE(SIG_ERR, signal(SIGHUP, SIG_DFL));
   service.awaitRequest();
   ASSERT_EQ(0, kill(child, SIGHUP));
   EXPECT_EQ(3, finish(child).status);

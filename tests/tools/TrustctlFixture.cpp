@@ -37,6 +37,7 @@ std::vector<std::string> plainEnvironment() {
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
   for (std::string& text : texts) {
     pointers.push_back(text.data());
   }
@@ -86,7 +87,8 @@ pid_t TrustctlTest::start(const std::vector<std::string>& arguments, const std::
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<std::string> variables = plainEnvironment();
   for (const auto& [name, value] : environment_) {
-    variables.push_back(name + "=" + value);
+    variables.push_back(name);
+    variables.back().append("=").append(value);
   }
   const std::vector<char*> argv = pointersTo(words);
   const std::vector<char*> envp = pointersTo(variables);
@@ -142,7 +144,7 @@ void TrustctlTest::awaitOrphans() {
 }
 
 std::string TrustctlTest::script(const std::string& lines) const {
-  const std::string path = directory_.write("script", "#!/bin/sh\n" + lines);
+  std::string path = directory_.write("script", "#!/bin/sh\n" + lines);
   std::filesystem::permissions(path, std::filesystem::perms::owner_all);
   return path;
 }
