@@ -59,3 +59,14 @@ install_packages() {
   run_logged "$log" "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
     apt-get -q -y --no-install-recommends install "${missing[@]}"
 }
+
+# configure_and_build PRESET: one preset of CMakePresets.json; shows what goes wrong, and
+# otherwise only that it works.
+configure_and_build() {
+  local log
+  log=$(mktemp)
+  printf 'Building the %s preset\n' "$1"
+  run_logged "$log" cmake --preset "$1"
+  run_logged "$log" cmake --build --preset "$1"
+  rm -f "$log"
+}

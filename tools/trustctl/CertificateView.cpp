@@ -2,6 +2,7 @@
 
 #include <time.h>
 
+#include <algorithm>
 #include <string_view>
 
 #include <fmt/format.h>
@@ -73,11 +74,9 @@ std::string viewSerial(const ASN1_INTEGER* serial) {
     ERR_clear_error();
     return {};
   }
-  std::vector<unsigned char> bytes(static_cast<std::size_t>(BN_num_bytes(number.get())));
-  BN_bn2bin(number.get(), bytes.data());
-  if (bytes.empty()) {
-    bytes.push_back(0);
-  }
+  const int length = std::max(BN_num_bytes(number.get()), 1);  // zero has no bytes of its own
+  std::vector<unsigned char> bytes(static_cast<std::size_t>(length));
+  BN_bn2binpad(number.get(), bytes.data(), length);
   return (BN_is_negative(number.get()) != 0 ? "-" : "") + hex(bytes.data(), bytes.size());
 }
 
