@@ -21,8 +21,13 @@ constexpr std::size_t kMaxStoreFileBytes = 16 * 1024 * 1024;  // revocation list
 constexpr std::size_t kMaxKeptStores = 32;
 constexpr std::size_t kMaxNameBytes = 64;
 
+struct SourceFile {
+  std::string path;
+  bool listsOnly = false;
+};
+
 struct SourceFiles {
-  std::vector<std::string> paths;
+  std::vector<SourceFile> found;
   std::string state;    // changes whenever a file does
   bool settled = true;  // false when a file changed too lately to be told from its next version
 };
@@ -49,7 +54,7 @@ bool isHashedName(const std::string& name) {
   return isDecimal(suffix.front() == 'r' ? suffix.substr(1) : suffix);
 }
 
-void note(SourceFiles& files, const std::string& path) {
+void note(SourceFiles& files, const std::string& path, bool listsOnly = false) {
   struct stat status = {};
   if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return;
   // File times advance in steps: what changed within the last seconds may change again
@@ -59,7 +64,7 @@ void note(SourceFiles& files, const std::string& path) {
       static_cast<std::int64_t>(std::time(nullptr))) {
     files.settled = false;
   }
-  files.paths.push_back(path);
+  files.found.push_back({path, listsOnly});
   for (const std::int64_t part :
        {static_cast<std::int64_t>(status.st_dev), static_cast<std::int64_t>(status.st_ino),
         static_cast<std::int64_t>(status.st_size), static_cast<std::int64_t>(status.st_mtim.tv_sec),
@@ -92,6 +97,7 @@ SourceFiles findFiles(const TrustSources& sources, const std::string& directory)
   for (const auto& joined : sources.hashedDirectories) noteDirectory(files, joined, true);
   for (const auto& joined : sources.plainDirectories) noteDirectory(files, joined, false);
   for (const auto& file : sources.files) note(files, file);
+  for (const auto& file : sources.revocationFiles) note(files, file, true);
   return files;
 }
 
@@ -108,13 +114,13 @@ X509* TrustStore::find(const X509* certificate) const {
   return found == anchors_.end() ? nullptr : found->second.get();
 }
 
-void TrustStore::add(const std::string& pem) {
+void TrustStore::add(const std::string& pem, bool listsOnly) {
   const BioPtr bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
   const std::unique_ptr<STACK_OF(X509_INFO), InfoStackFree> all(
       PEM_X509_INFO_read_bio(bio.get(), nullptr, nullptr, nullptr));
   for (int i = 0; all != nullptr && i < sk_X509_INFO_num(all.get()); ++i) {
     X509_INFO* info = sk_X509_INFO_value(all.get(), i);
-    if (info->x509 != nullptr) {
+    if (info->x509 != nullptr && !listsOnly) {
       const auto [anchor, isNew] =
           anchors_.emplace(fingerprintOf(info->x509), shareCertificate(info->x509));
       if (isNew) X509_STORE_add_cert(store_.get(), anchor->second.get());
@@ -148,9 +154,9 @@ std::shared_ptr<const TrustStore> TrustStores::get(const std::string& applicatio
     if (kept != kept_.end() && kept->second.state == files.state) return kept->second.store;
   }
   auto store = std::make_shared<TrustStore>();
-  for (const std::string& path : files.paths) {
+  for (const SourceFile& file : files.found) {
     try {
-      store->add(readPlainFile(path, kMaxStoreFileBytes));
+      store->add(readPlainFile(file.path, kMaxStoreFileBytes), file.listsOnly);
     } catch (const std::exception&) {
       continue;  // an unreadable file trusts nobody, and must not stop the others
     }

@@ -22,8 +22,9 @@ class TrustStore {
 
  private:
   friend class TrustStores;
-  // Adds every certificate and list of a PEM text; what does not decode adds nothing.
-  void add(const std::string& pem);
+  // Adds every certificate and list of a PEM text, or every list alone; what does not
+  // decode adds nothing.
+  void add(const std::string& pem, bool listsOnly);
 
   X509StorePtr store_{X509_STORE_new()};
   std::map<std::string, X509Ptr> anchors_;  // by fingerprint
@@ -37,6 +38,7 @@ struct TrustSources {
   std::vector<std::string> hashedDirectories{};  // joined with every store
   std::vector<std::string> plainDirectories{};   // every file in them, whatever its name
   std::vector<std::string> files{};              // PEM, any number of certificates and lists
+  std::vector<std::string> revocationFiles{};    // PEM; certificates in them are no anchors
 };
 
 // The stores by application and class: ROOT/application/class in lower case, joined

@@ -46,7 +46,7 @@ void describe(CLI::App& app, Options& options) {
   app.add_option("--capath", options.trust.plainDirectories,
                  "Directory of PEM files with further anchors, whatever their names")
       ->check(CLI::ExistingDirectory);
-  app.add_option("--crlfile", options.trust.files, "PEM file with revocation lists")
+  app.add_option("--crlfile", options.trust.revocationFiles, "PEM file with revocation lists")
       ->check(CLI::ExistingFile);
   app.add_option("--verification-time", options.verificationTime,
                  "Judge at this time (RFC 3339, or @SECONDS) and not at the current one");
@@ -58,8 +58,9 @@ void describe(CLI::App& app, Options& options) {
   app.add_option("--ready-fd", options.server.readyFd,
                  "Descriptor that gets the line READY when the service listens")
       ->check(CLI::NonNegativeNumber);
-  app.add_flag("--ephemeral", options.ephemeral,
-               "End with the parent process, and remove the whole --runtime-dir at the end")
+  app.add_flag(
+         "--ephemeral", options.ephemeral,
+         "End with the parent process, and remove the whole --runtime-dir, empty now, at the end")
       ->needs("--runtime-dir");
 }
 
@@ -69,10 +70,18 @@ void followParent(pid_t parent) {
   if (getppid() != parent) throw std::runtime_error("the parent has gone");
 }
 
-// Removes the runtime directory of an ephemeral service, however it ends.
+// Removes the runtime directory of an ephemeral service, however it ends. Only a directory
+// that starts out empty is taken: a mistyped one must not cost anybody his files.
 class RemovedAtEnd {
  public:
-  explicit RemovedAtEnd(std::string directory) : directory_(std::move(directory)) {}
+  explicit RemovedAtEnd(std::string directory) : directory_(std::move(directory)) {
+    std::error_code missing;
+    const std::filesystem::directory_iterator content(directory_, missing);
+    if (!directory_.empty() && !missing && content != std::filesystem::directory_iterator()) {
+      throw std::runtime_error("--ephemeral removes its --runtime-dir, and " + directory_ +
+                               " is not empty; name an empty or a new one");
+    }
+  }
   ~RemovedAtEnd() {
     std::error_code ignored;
     if (!directory_.empty()) std::filesystem::remove_all(directory_, ignored);
@@ -85,6 +94,7 @@ class RemovedAtEnd {
 };
 
 void serve(Options options, pid_t parent) {
+  const RemovedAtEnd cleanup(options.ephemeral ? options.server.runtimeDirectory : "");
   if (options.ephemeral) followParent(parent);
   std::optional<std::time_t> when;
   if (!options.verificationTime.empty()) when = parseVerificationTime(options.verificationTime);
@@ -95,7 +105,6 @@ void serve(Options options, pid_t parent) {
   std::unique_ptr<CertDetailsService> service;
   ControlServer server(
       options.server, [&](const ControlRequest& request) { return service->answer(request.text); });
-  const RemovedAtEnd cleanup(options.ephemeral ? options.server.runtimeDirectory : "");
   service = std::make_unique<CertDetailsService>(
       options.trust, server.runtimeDirectory() + "/services/certmgr/chain", when);
   server.run();

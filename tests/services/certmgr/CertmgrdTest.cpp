@@ -196,6 +196,18 @@ TEST_F(CertmgrdTest, RevocationListOnTheCommandLineRevokes) {
   EXPECT_THAT(ask(request({write("leaf.der", leaf)})), HasSubstr(R"(["REVOKED"])"));
 }
 
+TEST_F(CertmgrdTest, AnchorsAndRevocationListsOnTheCommandLineGoTogether) {
+  const TestCertificate leaf = leafByRoot();
+  start({"--no-system-anchors", "--cafile=" + files_.write("root.pem", root.pem()),
+         "--crlfile=" + files_.write("list.pem", CrlMaker(root).pem())});
+  EXPECT_THAT(ask(request({write("leaf.der", leaf)})), HasSubstr("\"VALID\""));
+}
+
+TEST_F(CertmgrdTest, CertificateInARevocationFileIsNoAnchor) {
+  start({"--no-system-anchors", "--crlfile=" + files_.write("root.pem", root.pem())});
+  EXPECT_THAT(ask(request({write("leaf.der", leafByRoot())})), HasSubstr(R"(["NO_TRUSTED"])"));
+}
+
 TEST_F(CertmgrdTest, VerificationTimeReplacesTheClock) {
   addToHashedDirectory(store_, root);
   start({"--no-system-anchors", "--verification-time=2019-12-31T23:59:59+00:00"});
@@ -341,6 +353,14 @@ TEST_F(CertmgrdTest, EphemeralServiceRemovesItsRuntimeDirectory) {
   ASSERT_TRUE(service.isReady()) << service.errors();
   EXPECT_EQ(0, service.end(SIGTERM));
   EXPECT_FALSE(std::filesystem::exists(runtime));
+}
+
+TEST_F(CertmgrdTest, EphemeralServiceRefusesADirectoryWithContentAndLeavesIt) {
+  const std::string precious = files_.write("home/precious", "content");
+  ServiceProcess service({"--ephemeral", "--runtime-dir=" + files_.path("home")});
+  EXPECT_EQ(1, service.wait());
+  EXPECT_THAT(service.errors(), HasSubstr("is not empty"));
+  EXPECT_TRUE(std::filesystem::exists(precious));
 }
 
 TEST_F(CertmgrdTest, EphemeralServiceEndsWithItsParent) {
