@@ -28,7 +28,7 @@ class TRUSTLIB_EXPORT CertificateDetails : public Object {
   unsigned long long getWarnings() TRUSTLIB_THROWS(TrustManagerException);
   void addWarnings(unsigned long long flags) TRUSTLIB_THROWS(TrustManagerException);
 
-  // The leaf's serial number in lower-case hexadecimal without separators, or NULL.
+  // The leaf's serial number, without white space and in lower case, or NULL.
   std::string* getSerialNumber() TRUSTLIB_THROWS(TrustManagerException);
 
   // The leaf's subject common names.

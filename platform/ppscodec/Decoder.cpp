@@ -85,12 +85,13 @@ int Decoder::gotoIndex(int index) {
 }
 
 int Decoder::describeCurrent(pps_decoder_state_t* state) const {
-  *state = {nullptr, nullptr};
+  const bool inArray = !levels_.empty() && levels_.back().container->kind == Kind::Array;
+  *state = {nullptr, nullptr, inArray};
   const Node* node = nullptr;
   const int result = find(nullptr, &node);
   if (result == PPS_ABSENT) return PPS_OK;
   if (result != PPS_OK) return result;
-  *state = {node->name, node->string};
+  *state = {node->name, node->string, inArray};
   return PPS_OK;
 }
 

@@ -162,9 +162,10 @@ int pps_decoder_goto_index(pps_decoder_t* decoder, int index);
 typedef struct pps_decoder_state {
   const char* name;   /* the member's name; null inside an array */
   const char* string; /* its text when it is a string, else null; points into the parsed text */
+  bool in_array;      /* whether the decoder stands in an array, be it an empty one */
 } pps_decoder_state_t;
 
-/* Fills `state`; both members null where there is no current element, which is
+/* Fills `state`; name and string null where there is no current element, which is
  * no failure. */
 int pps_decoder_get_state(const pps_decoder_t* decoder, pps_decoder_state_t* state);
 

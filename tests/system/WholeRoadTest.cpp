@@ -36,7 +36,9 @@ TEST_F(WholeRoad, GoodChainIsTrustedUpToTheServicesAnchor) {
 
 TEST_F(WholeRoad, AnotherSitesCertificateIsAMismatchOnly) {
   road.start();
-  EXPECT_EQ(0x2000ULL, road.verify(road.leafFor("host.test"), "other.test")->getWarnings());
+  const auto info = road.verify(road.leafFor("host.test"), "other.test");
+  EXPECT_FALSE(info->isValid());
+  EXPECT_EQ(0x2000ULL, info->getWarnings());
 }
 
 TEST_F(WholeRoad, UnknownRootIsNotTrusted) {

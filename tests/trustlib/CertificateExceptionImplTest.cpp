@@ -106,6 +106,29 @@ TEST(CertificateExceptionImpl, NullDomainStaysNullAndChainIsNeverNull) {
   EXPECT_TRUE(record.getCertificateChain()->empty());
 }
 
+// Clones into nothing, which is how a record may come to hold no certificate at all.
+class ClonesToNull : public NullDerCertificate {
+ public:
+  Certificate* clone() const override { return nullptr; }
+};
+
+TEST(CertificateExceptionImpl, NullEntryContributesNothingToTheHash) {
+  ClonesToNull nothing;
+  Chain chain{"leaf"};
+  const CertificateExceptionImpl without(1, nullptr, chain.list());
+  std::list<Certificate*> mixed = {&nothing, chain.list()->front()};
+  const CertificateExceptionImpl with(1, nullptr, &mixed);
+  EXPECT_EQ(hashOf(without), hashOf(with));
+}
+
+TEST(CertificateExceptionImpl, NullEntryMakesARecordUnequalEvenToItsLike) {
+  ClonesToNull nothing;
+  const std::list<Certificate*> chain = {&nothing};
+  const CertificateExceptionImpl first(1, nullptr, &chain);
+  const CertificateExceptionImpl second(1, nullptr, &chain);
+  EXPECT_FALSE(first.compare(&second));
+}
+
 TEST(CertificateExceptionImpl, ChainThatCannotBeClonedLeaksNothing) {
   class Unclonable : public NullDerCertificate {
     Certificate* clone() const override { throw TrustManagerException("cannot clone"); }

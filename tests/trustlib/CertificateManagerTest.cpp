@@ -114,6 +114,26 @@ TEST_F(Manager, LowerCaseValidityIsNotValidAndNeedsWarnings) {
                 TrustManagerException, "PpsDecoder: Failed to perform push on warnings, error = 3");
 }
 
+TEST_F(Manager, LongerWordThatBeginsWithValidIsNotValid) {
+  const auto details = askWithData(R"("serial":"1","subjectCommonName":[],"validity":"VALIDATED",)"
+                                   R"("warnings":["NO_TRUSTED"],"chain":[])");
+  EXPECT_FALSE(details->isValid());
+  EXPECT_EQ(0x100ULL, details->getWarnings());
+}
+
+TEST_F(Manager, LowerCaseValidityComesWithItsWarnings) {
+  const auto details = askWithData(R"("serial":"1","subjectCommonName":[],"validity":"valid",)"
+                                   R"("warnings":["CERT_EXPIRY"],"chain":[])");
+  EXPECT_FALSE(details->isValid());
+  EXPECT_EQ(0x8ULL, details->getWarnings());
+}
+
+TEST_F(Manager, ObjectInPlaceOfTheWarningsIsRefused) {
+  EXPECT_THROWS(askWithData(R"("serial":"1","subjectCommonName":[],"validity":"INVALID",)"
+                            R"("warnings":{},"chain":[])"),
+                TrustManagerException, "PpsDecoder: Failed to perform push on warnings, error = 4");
+}
+
 TEST_F(Manager, WarningsAreReadByNameAndUnknownOnesAddNothing) {
   const auto details =
       askWithData(R"("serial":"1","subjectCommonName":[],"validity":"INVALID",)"

@@ -33,10 +33,17 @@ TEST_F(Blacklist, SerialListedForAllDomainsIsRevokedWhateverTheNames) {
 }
 
 TEST_F(Blacklist, UpperCaseSerialIsFoundOnlyAfterNormalising) {
-  const std::string upper("95 32 18 B7 04 CC 62 B2 40 A4 D0 18 0E 81 93 F2");
+  const std::string upper("953218B704CC62B240A4D0180E8193F2");
   EXPECT_EQ(0, blacklist.isCertificateBlacklisted(&upper, &none, &none));
   std::string normalized;
   CertificateUtilities::normalizeSerialNumber(upper.c_str(), &normalized);
+  EXPECT_EQ(2, blacklist.isCertificateBlacklisted(&normalized, &none, &none));
+}
+
+TEST_F(Blacklist, SerialAsServicesWriteItIsFoundAfterNormalising) {
+  std::string normalized;
+  CertificateUtilities::normalizeSerialNumber("95 32 18 B7 04 CC 62 B2 40 A4 D0 18 0E 81 93 F2",
+                                              &normalized);
   EXPECT_EQ(2, blacklist.isCertificateBlacklisted(&normalized, &none, &none));
 }
 

@@ -53,11 +53,12 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Case{"*.zone.tld", "zone.tld"}, Case{"*.zone.tld", "a.b.zone.tld"},
                     Case{"host*.zone.tld", "hos.zone.tld"}, Case{"*t.zone.tld", "hot.zone.tld"},
                     Case{"h*t.zone.tld", "hot.zone.tld"}, Case{"host.*.tld", "host.zone.tld"},
-                    Case{"*.10.1.1", "1.10.1.1"}, Case{"host.zone.tld", "host.zone.tld."},
-                    Case{"", "zone.tld"}, Case{"zone.tld", ""}, Case{"", ""},
-                    Case{"**.zone.tld", "a.zone.tld"}, Case{"a**.zone.tld", "ab.zone.tld"},
-                    Case{"*.*.tld", "a.b.tld"}, Case{"*", "a.b"}, Case{"*.zone.tld", "."},
-                    Case{".", "a"}, Case{"*.z\xC3\x84.tld", "a.z\xC3\xA4.tld"}));
+                    Case{"*.10.1.1", "1.10.1.1"}, Case{"*.0", "a.0"}, Case{"*.9x", "a.9x"},
+                    Case{"host.zone.tld", "host.zone.tld."}, Case{"", "zone.tld"},
+                    Case{"zone.tld", ""}, Case{"", ""}, Case{"**.zone.tld", "a.zone.tld"},
+                    Case{"a**.zone.tld", "ab.zone.tld"}, Case{"*.*.tld", "a.b.tld"},
+                    Case{"*", "a.b"}, Case{"*.zone.tld", "."}, Case{".", "a"},
+                    Case{"*.z\xC3\x84.tld", "a.z\xC3\xA4.tld"}));
 
 TEST(DomainMatching, NullDomainMatchesNothing) {
   const Names names = {"*"};
@@ -105,6 +106,13 @@ TEST(DomainMatching, LowerCaseDnsPrefixIsNoDnsName) {
   const std::string domain("a.zone.tld");
   const Names altNames = {"dns:a.zone.tld"};
   EXPECT_FALSE(CertificateUtilities::certificateDomainMatches(&domain, nullptr, &altNames));
+}
+
+TEST(DomainMatching, ColonBelongsToTheDnsPrefix) {
+  const std::string domain("a.zone.tld");
+  const Names commonNames = {"a.zone.tld"};
+  const Names altNames = {"DNSX:b.zone.tld"};
+  EXPECT_TRUE(CertificateUtilities::certificateDomainMatches(&domain, &commonNames, &altNames));
 }
 
 TEST(DomainMatching, DnsNameIsTakenAsItStands) {

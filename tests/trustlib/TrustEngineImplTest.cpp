@@ -156,10 +156,39 @@ TEST_F(Engine, CoveredDomainIsValidAndNamedInTheVerdict) {
 
 TEST_F(Engine, UncoveredDomainAddsToTheServicesWarnings) {
   engine.setDomainName(&elsewhere);
-  EXPECT_EQ(0x2000ULL, verify({})->getWarnings());
-  const auto info = verify(untrusted());
+  EXPECT_EQ(0x2100ULL, verify(untrusted())->getWarnings());
+}
+
+TEST_F(Engine, UncoveredDomainAloneMakesAValidChainInvalid) {
+  engine.setDomainName(&elsewhere);
+  const auto info = verify({});
   EXPECT_FALSE(info->isValid());
-  EXPECT_EQ(0x2100ULL, info->getWarnings());
+  EXPECT_EQ(0x2000ULL, info->getWarnings());
+}
+
+TEST_F(Engine, DomainThatNeitherItselfNorAnyAlternativeCoversIsAMismatch) {
+  const std::list<std::string> alternatives = {"third.test", "fourth.test"};
+  engine.setDomainName(&elsewhere);
+  engine.setAltDomainName(&alternatives);
+  const auto info = verify({});
+  EXPECT_FALSE(info->isValid());
+  EXPECT_EQ(0x2000ULL, info->getWarnings());
+}
+
+TEST_F(Engine, AlternativeDomainMayBeCoveredByADnsName) {
+  const std::list<std::string> alternatives = {"alt.test"};
+  Answer answer;
+  answer.altNames = R"("DNS:alt.test")";
+  engine.setDomainName(&elsewhere);
+  engine.setAltDomainName(&alternatives);
+  EXPECT_TRUE(verify(answer)->isValid());
+}
+
+TEST_F(Engine, DnsNameOfTheServicesAnswerSilencesItsCommonNames) {
+  Answer answer;
+  answer.altNames = R"("DNS:alt.test")";
+  engine.setDomainName(&host);
+  EXPECT_FALSE(verify(answer)->isValid());
 }
 
 TEST_F(Engine, AlternativeDomainWillDoInstead) {
@@ -207,6 +236,14 @@ TEST_F(Engine, BlacklistVerdictOneReplacesEveryWarning) {
   Answer answer = untrusted();
   answer.warnings = R"("CERT_EXPIRY","REVOKED")";
   const auto info = verify(answer);
+  EXPECT_FALSE(info->isValid());
+  EXPECT_EQ(0x100ULL, info->getWarnings());
+}
+
+TEST_F(Engine, BlacklistVerdictOneMakesAValidChainInvalid) {
+  ScriptedBlacklist blacklist(1);
+  engine.setCertificateBlacklist(&blacklist);
+  const auto info = verify({});
   EXPECT_FALSE(info->isValid());
   EXPECT_EQ(0x100ULL, info->getWarnings());
 }

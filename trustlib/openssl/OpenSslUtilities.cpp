@@ -1,5 +1,6 @@
 #include "trustlib/openssl/OpenSslUtilities.h"
 
+#include <openssl/err.h>
 #include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
 
@@ -9,6 +10,16 @@
 #include "trustlib/util/ObjectLifecycleManager.h"
 
 namespace {
+
+// Keeps the calling thread's error queue as it was: what this builder meets is none of the
+// application's business, and would turn its next SSL_get_error() into a failure.
+class ErrorQueueGuard {
+ public:
+  ErrorQueueGuard() { ERR_set_mark(); }
+  ~ErrorQueueGuard() { ERR_pop_to_mark(); }
+  ErrorQueueGuard(const ErrorQueueGuard&) = delete;
+  ErrorQueueGuard& operator=(const ErrorQueueGuard&) = delete;
+};
 
 void parseCertificates(const std::list<Certificate*>& chain, X509Stack* stack) {
   for (const Certificate* certificate : chain) {
@@ -41,7 +52,7 @@ void encodeCertificates(X509Stack* chain, std::list<Certificate*>* result) {
   for (int i = 0; i < chain->size(); ++i) {
     unsigned char* der = nullptr;
     const int length = i2d_X509(chain->get(i), &der);
-    guard.addBuffer(der);  // from OPENSSL_malloc, which is malloc
+    guard.addBuffer(der);  // free() fits: OpenSSL allocates by malloc unless told otherwise
     Certificate* certificate = new CertificateImpl(der, static_cast<unsigned int>(length));
     guard.addReturnObject(certificate);
     result->push_back(certificate);
@@ -58,6 +69,7 @@ void OpenSslUtilities::buildTrustChain(const std::string* trustStoreDirectory,
   if (chain == nullptr || chain->empty()) {
     throw TrustManagerException("OpenSslUtilities: empty certificate chain");
   }
+  const ErrorQueueGuard errorQueue;
   ObjectLifecycleManager guard;
   std::list<Certificate*> built;
   {

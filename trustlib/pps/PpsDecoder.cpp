@@ -37,7 +37,7 @@ void PpsDecoder::parseJson(char* data, int length)
     throw new TrustManagerException("PpsDecoder::parseJson - NULL input");
   }
   free(text);
-  text = static_cast<char*>(malloc(static_cast<std::size_t>(length) + 1));
+  text = length >= 0 ? static_cast<char*>(malloc(static_cast<std::size_t>(length) + 1)) : nullptr;
   if (text != nullptr) {
     memcpy(text, data, static_cast<std::size_t>(length));
     text[length] = '\0';
@@ -133,6 +133,11 @@ bool PpsDecoder::getStringArray(const char* name, std::list<std::string>* out, b
   if (!push(name, required)) {
     return false;
   }
+  pps_decoder_state_t state;
+  pps_decoder_get_state(&decoder, &state);
+  if (!state.in_array) {
+    checkResult(name, "push", PPS_WRONG_KIND, required);
+  }
   out->clear();
   const int count = pps_decoder_length(&decoder);
   for (int i = 0; i < count; ++i) {
@@ -141,7 +146,6 @@ bool PpsDecoder::getStringArray(const char* name, std::list<std::string>* out, b
       throw TrustManagerException(
           "PpsDecoder::getStringArray - failed to decode element of %s, error = %d", name, result);
     }
-    pps_decoder_state_t state;
     pps_decoder_get_state(&decoder, &state);
     if (state.string != nullptr) {
       out->push_back(state.string);

@@ -2,6 +2,8 @@
 
 #include <time.h>
 
+#include <limits>
+
 MutexLocker::MutexLocker(pthread_mutex_t* mutex) TRUSTLIB_THROWS(TrustManagerException)
     : mutex(mutex), locked(false) {}
 
@@ -25,7 +27,9 @@ int MutexLocker::timedLock(int seconds) TRUSTLIB_THROWS(TrustManagerException) {
   }
   timespec deadline;
   clock_gettime(CLOCK_REALTIME, &deadline);
-  deadline.tv_sec += seconds;
+  // Where time_t has 32 bits a long wait ends with the clock, not before it began.
+  const time_t latest = std::numeric_limits<time_t>::max();
+  deadline.tv_sec = seconds < latest - deadline.tv_sec ? deadline.tv_sec + seconds : latest;
   const int result = pthread_mutex_timedlock(mutex, &deadline);
   if (result == 0) {
     locked = true;

@@ -199,7 +199,7 @@ TEST(Decoder, StateGivesTheStringAndDoesNotMoveOn) {
 TEST(Decoder, StateOfAnElementThatIsNoStringHasNone) {
   TestDecoder decoder;
   decoder.enter(Form::Json, "[5]");
-  pps_decoder_state_t state = {"name", "string"};
+  pps_decoder_state_t state = {"name", "string", false};
   EXPECT_EQ(PPS_OK, pps_decoder_get_state(decoder, &state));
   EXPECT_EQ(nullptr, state.string);
 }
@@ -207,7 +207,7 @@ TEST(Decoder, StateOfAnElementThatIsNoStringHasNone) {
 TEST(Decoder, StatePastTheLastElementIsEmpty) {
   TestDecoder decoder;
   decoder.enter(Form::Json, "[]");
-  pps_decoder_state_t state = {"name", "string"};
+  pps_decoder_state_t state = {"name", "string", false};
   EXPECT_EQ(PPS_OK, pps_decoder_get_state(decoder, &state));
   EXPECT_EQ(nullptr, state.name);
   EXPECT_EQ(nullptr, state.string);
@@ -287,7 +287,7 @@ TEST(Decoder, WithoutATextEveryCallIsABadState) {
   bool flag = false;
   int number = 0;
   const char* text = nullptr;
-  pps_decoder_state_t state = {"name", "string"};
+  pps_decoder_state_t state = {"name", "string", false};
   EXPECT_EQ(PPS_BAD_STATE, pps_decoder_push(decoder, nullptr));
   EXPECT_EQ(PPS_BAD_STATE, pps_decoder_pop(decoder));
   EXPECT_EQ(PPS_BAD_STATE, pps_decoder_get_bool(decoder, "a", &flag));

@@ -6,6 +6,8 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <openssl/bio.h>
+#include <openssl/err.h>
 
 #include "tests/support/CertificateMaker.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -121,6 +123,30 @@ TEST_F(BuildTrustChain, GarbageAnywhereInTheListIsRefused) {
     EXPECT_THROWS(build(chain), TrustManagerException,
                   "OpenSslUtilities: failed to parse certificate");
   }
+}
+
+TEST_F(BuildTrustChain, ErrorQueueOfTheCallerIsLeftAsItWas) {
+  trust(root);
+  const TestKey wrongKey = TestKey::makeEc();
+  Chain forged{
+      CertificateMaker("x").asServer().issuedBy(root).signedWith(wrongKey).make().derString()};
+  Chain garbage{"garbage"};
+  ERR_clear_error();
+  BIO_free(BIO_new_file(directory.path("missing").c_str(), "r"));
+  const unsigned long oldest = ERR_peek_error();
+  const unsigned long newest = ERR_peek_last_error();
+  ASSERT_NE(0UL, oldest);
+  build(forged);
+  EXPECT_THROW(build(garbage), TrustManagerException);
+  EXPECT_EQ(oldest, ERR_peek_error());
+  EXPECT_EQ(newest, ERR_peek_last_error());
+}
+
+TEST_F(BuildTrustChain, EmptyErrorQueueStaysEmpty) {
+  Chain garbage{"garbage"};
+  ERR_clear_error();
+  EXPECT_THROW(build(garbage), TrustManagerException);
+  EXPECT_EQ(0UL, ERR_peek_error());
 }
 
 TEST_F(BuildTrustChain, ResultIsAppendedAfterWhatIsThere) {

@@ -151,6 +151,23 @@ TEST_F(Decoder, EmptyStringArrayEmptiesTheList) {
   EXPECT_TRUE(names.empty());
 }
 
+TEST_F(Decoder, ObjectIsNoStringArray) {
+  enter(R"({"full":{"k":"v"},"empty":{}})");
+  std::list<std::string> names = {"kept"};
+  EXPECT_THROWS(decoder.getStringArray("full", &names, true), TrustManagerException,
+                "PpsDecoder: Failed to perform push on full, error = 4");
+  enter(R"({"full":{"k":"v"},"empty":{}})");
+  EXPECT_THROWS(decoder.getStringArray("empty", &names, false), TrustManagerException,
+                "PpsDecoder: Failed to perform push on empty, error = 4");
+  EXPECT_EQ((std::list<std::string>{"kept"}), names);
+}
+
+TEST_F(Decoder, NegativeLengthIsLikeNoInput) {
+  char json[] = "{}";
+  decoder.initialize(nullptr);
+  EXPECT_THROWS_POINTER(decoder.parseJson(json, -1), "PpsDecoder::parseJsonStr - NULL input");
+}
+
 TEST_F(Decoder, NullStringArrayOutputIsRefused) {
   enter(R"({"names":[]})");
   EXPECT_THROWS(decoder.getStringArray("names", nullptr, true), TrustManagerException,

@@ -1,6 +1,9 @@
 #include <errno.h>
 #include <pthread.h>
 
+#include <atomic>
+#include <chrono>
+#include <limits>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -73,6 +76,29 @@ TEST(MutexLocker, TimedLockThatRanOutNeitherHoldsNorUnlocks) {
     EXPECT_EQ(ETIMEDOUT, locker.timedLock(0));
   }).join();
   EXPECT_EQ(EBUSY, tryElsewhere(&mutex));
+}
+
+TEST(MutexLocker, TimedLockWaitsForAHolderToLetGo) {
+  pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+  std::atomic<bool> held{false};
+  std::thread holder([&] {
+    MutexLocker locker(&mutex);
+    locker.lock();
+    held = true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));  // most likely into the wait
+  });
+  while (!held) {
+    std::this_thread::yield();
+  }
+  MutexLocker locker(&mutex);
+  EXPECT_EQ(0, locker.timedLock(60));
+  holder.join();
+}
+
+TEST(MutexLocker, LongestWaitDoesNotOverflow) {
+  pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+  MutexLocker locker(&mutex);
+  EXPECT_EQ(0, locker.timedLock(std::numeric_limits<int>::max()));
 }
 
 TEST(MutexLocker, FailedLockIsReportedAndNotUndone) {
