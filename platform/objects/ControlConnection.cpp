@@ -20,7 +20,9 @@ bool wouldBlock(int error) {
 void discardInput(int fd) {
   constexpr int kMost = 64;
   char byte = 0;
-  for (int i = 0; i<kMost&& ::recv(fd, &byte, sizeof byte, MSG_DONTWAIT)> 0; ++i) {
+  ssize_t length = 1;
+  for (int i = 0; i < kMost && length > 0; ++i) {
+    length = ::recv(fd, &byte, sizeof byte, MSG_DONTWAIT);
   }
 }
 
@@ -107,6 +109,12 @@ void ControlConnection::send() {
   close();  // delivered, or the client is not there to take it
 }
 
+bool ControlConnection::isSilent() {
+  char byte = 0;
+  return !asked_ &&
+         ::recv(descriptor_.native_handle(), &byte, sizeof byte, MSG_DONTWAIT | MSG_PEEK) < 0;
+}
+
 void ControlConnection::beginShutdown() {
   if (!asked_) return close();
   if (!answering_) cancellation_.request_stop();
@@ -118,5 +126,5 @@ void ControlConnection::close() {
   idle_.cancel();
   asio::error_code ignored;
   descriptor_.close(ignored);
-  hooks_.closed(shared_from_this());
+  hooks_.closed();
 }

@@ -22,7 +22,7 @@ class ControlConnection : public std::enable_shared_from_this<ControlConnection>
     // A whole request arrived; answer() is due once.
     std::function<void(std::shared_ptr<ControlConnection>, ControlRequest)> requested;
     // The connection is closed; called exactly once.
-    std::function<void(const std::shared_ptr<ControlConnection>&)> closed;
+    std::function<void()> closed;
   };
 
   // Takes over the non-blocking descriptor.
@@ -30,6 +30,9 @@ class ControlConnection : public std::enable_shared_from_this<ControlConnection>
 
   void start(std::size_t maxRequestBytes, std::chrono::milliseconds idleLimit);
   void answer(std::string text);
+  // Whether the client has not sent anything yet, not even what still waits to be read.
+  bool isSilent();
+  void close();
   // The server is stopping: closes a client that has not asked anything yet, and
   // cancels the handler of one that has.
   void beginShutdown();
@@ -38,7 +41,6 @@ class ControlConnection : public std::enable_shared_from_this<ControlConnection>
   void waitForRequest(std::size_t maxRequestBytes);
   void watchForHangup();
   void send();
-  void close();
   ControlRequest describeRequest(std::string text) const;
 
   asio::posix::stream_descriptor descriptor_;

@@ -7,8 +7,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
+#include <map>
 #include <stdexcept>
-#include <unordered_set>
 #include <utility>
 
 #include <asio/io_context.hpp>
@@ -43,6 +44,14 @@ ControlServerOptions completed(ControlServerOptions options) {
   return options;
 }
 
+void maskEndingSignals(int how) {
+  sigset_t ending;
+  sigemptyset(&ending);
+  sigaddset(&ending, SIGTERM);
+  sigaddset(&ending, SIGINT);
+  pthread_sigmask(how, &ending, nullptr);
+}
+
 std::string runHandler(const ControlServer::Handler& handler, const ControlRequest& request) {
   try {
     std::string answer = handler(request);
@@ -73,6 +82,9 @@ class ControlServer::Impl {
   const ControlServerOptions& options() const { return options_; }
 
   void run(bool handleSignals) {
+    // Held back but for the time of the loop, and in the workers altogether: one signal ends
+    // the service in order, and a second one must not cut the cleaning up short.
+    if (handleSignals) maskEndingSignals(SIG_BLOCK);
     asio::thread_pool workers(options_.workers);
     workers_ = &workers;
     if (handleSignals) {
@@ -81,15 +93,12 @@ class ControlServer::Impl {
       signals_.async_wait([this](const asio::error_code& error, int) {
         if (!error) beginShutdown();
       });
-      sigset_t handled;
-      sigemptyset(&handled);
-      sigaddset(&handled, SIGTERM);
-      sigaddset(&handled, SIGINT);
-      pthread_sigmask(SIG_UNBLOCK, &handled, nullptr);
+      maskEndingSignals(SIG_UNBLOCK);
     }
     waitForClient();
     announceReady(options_.readyFd);
     loop_.run();
+    if (handleSignals) maskEndingSignals(SIG_BLOCK);
     workers.join();
   }
 
@@ -100,7 +109,7 @@ class ControlServer::Impl {
  private:
   void waitForClient() {
     if (stopping_ || accepting_) return;
-    if (connections_.size() >= options_.maxConnections) return;
+    if (connections_.size() >= options_.maxConnections && oldestSilent() == nullptr) return;
     accepting_ = true;
     acceptor_.async_wait(asio::posix::descriptor_base::wait_read,
                          [this](const asio::error_code& error) {
@@ -113,11 +122,25 @@ class ControlServer::Impl {
     const int fd =
         ::accept4(acceptor_.native_handle(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (fd != -1) {
+      makeRoom();
       startConnection(fd);
     } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
       return waitAwhile();
     }
     waitForClient();
+  }
+
+  // Clients that say nothing must not keep out those that would.
+  void makeRoom() {
+    if (connections_.size() < options_.maxConnections) return;
+    if (const auto silent = oldestSilent()) silent->close();
+  }
+
+  std::shared_ptr<ControlConnection> oldestSilent() const {
+    for (const auto& [number, connection] : connections_) {
+      if (connection->isSilent()) return connection;
+    }
+    return nullptr;
   }
 
   void waitAwhile() {
@@ -133,8 +156,9 @@ class ControlServer::Impl {
                              ControlRequest request) {
       dispatch(std::move(connection), std::move(request));
     };
-    hooks.closed = [this](const std::shared_ptr<ControlConnection>& connection) {
-      connections_.erase(connection);
+    const std::uint64_t number = nextNumber_++;
+    hooks.closed = [this, number] {
+      connections_.erase(number);
       waitForClient();
     };
     std::shared_ptr<ControlConnection> connection;
@@ -144,7 +168,7 @@ class ControlServer::Impl {
       ::close(fd);  // the event loop cannot watch one more
       return;
     }
-    connections_.insert(connection);
+    connections_.emplace(number, connection);
     connection->start(options_.maxRequestBytes, options_.idleLimit);
   }
 
@@ -167,7 +191,7 @@ class ControlServer::Impl {
     acceptor_.close(ignored);
     socket_.unlink();
     const auto connections = connections_;  // closing changes the set
-    for (const auto& connection : connections) connection->beginShutdown();
+    for (const auto& [number, connection] : connections) connection->beginShutdown();
   }
 
   ControlServerOptions options_;
@@ -178,7 +202,8 @@ class ControlServer::Impl {
   asio::steady_timer pause_;
   asio::signal_set signals_;
   asio::thread_pool* workers_ = nullptr;
-  std::unordered_set<std::shared_ptr<ControlConnection>> connections_;
+  std::map<std::uint64_t, std::shared_ptr<ControlConnection>> connections_;  // oldest first
+  std::uint64_t nextNumber_ = 0;
   bool accepting_ = false;
   bool stopping_ = false;
 };

@@ -16,7 +16,9 @@ struct ControlServerOptions {
   std::string runtimeDirectory;  // empty: where clients of this environment look
   unsigned workers = 2;          // handlers that run at once; at least 1
   std::size_t maxRequestBytes = 64 * 1024;
-  std::size_t maxConnections = 128;            // further clients wait in the kernel's queue
+  // When all are taken, the one that has waited longest without a request makes room; when
+  // all have asked, further clients wait in the kernel's queue.
+  std::size_t maxConnections = 128;
   std::chrono::milliseconds idleLimit{30000};  // for a client that connects and never writes
   mode_t socketMode = 0666;
   bool useInheritedSocket = true;  // take a socket from systemd when there is one
@@ -43,7 +45,8 @@ class ControlServer {
   ~ControlServer();
 
   // Serves until stop(), or SIGTERM or SIGINT when `handleSignals`; those may be
-  // blocked before, so that none is lost, and are unblocked here. Then takes no
+  // blocked before, so that none is lost, are unblocked here, and stay blocked
+  // after, so that a second one does not cut the caller's cleaning up short. Then takes no
   // more requests, cancels and awaits those that were taken, delivers their answers,
   // and returns. Call it once.
   void run(bool handleSignals = true);

@@ -11,7 +11,6 @@
 #include <utility>
 
 #include <openssl/err.h>
-#include <openssl/pem.h>
 
 #include "services/certmgr/CertificateFiles.h"
 
@@ -101,11 +100,11 @@ SourceFiles findFiles(const TrustSources& sources, const std::string& directory)
   return files;
 }
 
-struct InfoStackFree {
-  void operator()(STACK_OF(X509_INFO) * stack) const {
-    sk_X509_INFO_pop_free(stack, X509_INFO_free);
+void requireWhole(const std::string& path, const PemContent& content) {
+  if (content.damaged) {
+    throw std::runtime_error("the file " + path + " is damaged: a PEM block in it cannot be read");
   }
-};
+}
 
 }  // namespace
 
@@ -114,21 +113,33 @@ X509* TrustStore::find(const X509* certificate) const {
   return found == anchors_.end() ? nullptr : found->second.get();
 }
 
-void TrustStore::add(const std::string& pem, bool listsOnly) {
-  const BioPtr bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
-  const std::unique_ptr<STACK_OF(X509_INFO), InfoStackFree> all(
-      PEM_X509_INFO_read_bio(bio.get(), nullptr, nullptr, nullptr));
-  for (int i = 0; all != nullptr && i < sk_X509_INFO_num(all.get()); ++i) {
-    X509_INFO* info = sk_X509_INFO_value(all.get(), i);
-    if (info->x509 != nullptr && !listsOnly) {
-      const auto [anchor, isNew] =
-          anchors_.emplace(fingerprintOf(info->x509), shareCertificate(info->x509));
-      if (isNew) X509_STORE_add_cert(store_.get(), anchor->second.get());
-    }
-    // Lists stay outside the store: see Revocation.h.
-    if (info->crl != nullptr) crls_.emplace_back(std::exchange(info->crl, nullptr));
+void TrustStore::add(PemContent content, bool listsOnly) {
+  for (X509Ptr& certificate : content.certificates) {
+    if (listsOnly) break;
+    const auto [anchor, isNew] =
+        anchors_.emplace(fingerprintOf(certificate.get()), std::move(certificate));
+    if (isNew) X509_STORE_add_cert(store_.get(), anchor->second.get());
   }
+  // Lists stay outside the store: see Revocation.h.
+  for (X509CrlPtr& list : content.revocationLists) crls_.push_back(std::move(list));
   ERR_clear_error();
+}
+
+void requireUsable(const TrustSources& sources) {
+  for (const std::string& path : sources.files) {
+    const PemContent content = readPem(readPlainFile(path, kMaxStoreFileBytes));
+    requireWhole(path, content);
+    if (content.certificates.empty()) {
+      throw std::runtime_error("the file " + path + " holds no certificate in PEM form");
+    }
+  }
+  for (const std::string& path : sources.revocationFiles) {
+    const PemContent content = readPem(readPlainFile(path, kMaxStoreFileBytes));
+    requireWhole(path, content);
+    if (content.revocationLists.empty()) {
+      throw std::runtime_error("the file " + path + " holds no revocation list in PEM form");
+    }
+  }
 }
 
 TrustStores::TrustStores(TrustSources sources) : sources_(std::move(sources)) {}
@@ -156,7 +167,7 @@ std::shared_ptr<const TrustStore> TrustStores::get(const std::string& applicatio
   auto store = std::make_shared<TrustStore>();
   for (const SourceFile& file : files.found) {
     try {
-      store->add(readPlainFile(file.path, kMaxStoreFileBytes), file.listsOnly);
+      store->add(readPem(readPlainFile(file.path, kMaxStoreFileBytes)), file.listsOnly);
     } catch (const std::exception&) {
       continue;  // an unreadable file trusts nobody, and must not stop the others
     }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "services/certmgr/OpenSslOwners.h"
+#include "services/certmgr/PemFile.h"
 
 // The anchors and revocation lists that one verdict goes by. Never changes, so any
 // number of threads may verify against it.
@@ -22,9 +23,8 @@ class TrustStore {
 
  private:
   friend class TrustStores;
-  // Adds every certificate and list of a PEM text, or every list alone; what does not
-  // decode adds nothing.
-  void add(const std::string& pem, bool listsOnly);
+  // Adds certificates and lists, or the lists alone.
+  void add(PemContent content, bool listsOnly);
 
   X509StorePtr store_{X509_STORE_new()};
   std::map<std::string, X509Ptr> anchors_;  // by fingerprint
@@ -40,6 +40,10 @@ struct TrustSources {
   std::vector<std::string> files{};              // PEM, any number of certificates and lists
   std::vector<std::string> revocationFiles{};    // PEM; certificates in them are no anchors
 };
+
+// Throws std::runtime_error when a file that was named on the command line cannot be read
+// whole, or holds nothing of its kind: whoever named it must not be left to trust in it.
+void requireUsable(const TrustSources& sources);
 
 // The stores by application and class: ROOT/application/class in lower case, joined
 // with the other sources. A store is kept until a file of it changes, appears or goes;

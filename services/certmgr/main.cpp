@@ -1,13 +1,16 @@
 // trust-certmgrd: the certificate-manager service.
+#include <fcntl.h>
 #include <pthread.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -27,10 +30,24 @@ struct Options {
   TrustSources trust;
   std::string systemAnchors = "/etc/ssl/certs";
   bool noSystemAnchors = false;
-  std::string verificationTime;
+  std::optional<std::time_t> when;
   ControlServerOptions server;
   bool ephemeral = false;
 };
+
+std::time_t timeOf(const std::string& text) {
+  try {
+    return parseVerificationTime(text);
+  } catch (const std::runtime_error& wrong) {
+    throw CLI::ValidationError("--verification-time", wrong.what());
+  }
+}
+
+// A descriptor that nobody opened would mean that somebody waits in vain.
+std::string whyNoDescriptor(const std::string& text) {
+  const bool open = text.size() < 10 && fcntl(std::atoi(text.c_str()), F_GETFD) != -1;
+  return open ? "" : "descriptor " + text + " is not open";
+}
 
 void describe(CLI::App& app, Options& options) {
   app.set_version_flag("--version", TRUSTLIB_VERSION);
@@ -48,8 +65,9 @@ void describe(CLI::App& app, Options& options) {
       ->check(CLI::ExistingDirectory);
   app.add_option("--crlfile", options.trust.revocationFiles, "PEM file with revocation lists")
       ->check(CLI::ExistingFile);
-  app.add_option("--verification-time", options.verificationTime,
-                 "Judge at this time (RFC 3339, or @SECONDS) and not at the current one");
+  app.add_option_function<std::string>(
+      "--verification-time", [&options](const std::string& text) { options.when = timeOf(text); },
+      "Judge at this time (RFC 3339, or @SECONDS) and not at the current one");
   app.add_option("--runtime-dir", options.server.runtimeDirectory,
                  "Where the socket goes (PPS_RUNTIME_DIR, XDG_RUNTIME_DIR/pps, /run/pps)");
   app.add_option("--workers", options.server.workers, "Requests that are evaluated at once")
@@ -57,7 +75,8 @@ void describe(CLI::App& app, Options& options) {
       ->capture_default_str();
   app.add_option("--ready-fd", options.server.readyFd,
                  "Descriptor that gets the line READY when the service listens")
-      ->check(CLI::NonNegativeNumber);
+      ->check(CLI::NonNegativeNumber)
+      ->check(whyNoDescriptor);
   app.add_flag(
          "--ephemeral", options.ephemeral,
          "End with the parent process, and remove the whole --runtime-dir, empty now, at the end")
@@ -96,8 +115,7 @@ class RemovedAtEnd {
 void serve(Options options, pid_t parent) {
   const RemovedAtEnd cleanup(options.ephemeral ? options.server.runtimeDirectory : "");
   if (options.ephemeral) followParent(parent);
-  std::optional<std::time_t> when;
-  if (!options.verificationTime.empty()) when = parseVerificationTime(options.verificationTime);
+  requireUsable(options.trust);
   if (!options.noSystemAnchors) options.trust.hashedDirectories.push_back(options.systemAnchors);
 
   options.server.service = "certmgr";
@@ -106,7 +124,7 @@ void serve(Options options, pid_t parent) {
   ControlServer server(
       options.server, [&](const ControlRequest& request) { return service->answer(request.text); });
   service = std::make_unique<CertDetailsService>(
-      options.trust, server.runtimeDirectory() + "/services/certmgr/chain", when);
+      options.trust, server.runtimeDirectory() + "/services/certmgr/chain", options.when);
   server.run();
   service.reset();
 }

@@ -159,14 +159,36 @@ TEST_F(ControlServerTest, SilentClientIsClosedAfterTheIdleLimit) {
   EXPECT_EQ("", receive(connect()));
 }
 
-TEST_F(ControlServerTest, ClientsBeyondTheLimitAreServedOnceOthersLeave) {
+TEST_F(ControlServerTest, ClientsBeyondTheLimitAreServedOnceOthersHaveTheirAnswer) {
   ControlServerOptions options;
   options.maxConnections = 1;
+  std::promise<void> started;
+  std::promise<void> finish;
+  start(
+      [&](const ControlRequest& request) {
+        if (request.text == "first") {
+          started.set_value();
+          finish.get_future().wait();
+        }
+        return "res::" + request.text;
+      },
+      options);
+  const OwnedFd first = send("first");
+  started.get_future().wait();
+  const OwnedFd second = send("second");
+  finish.set_value();
+  EXPECT_EQ("res::first", receive(first));
+  EXPECT_EQ("res::second", receive(second));
+}
+
+TEST_F(ControlServerTest, SilentClientsMakeRoomForOneThatAsks) {
+  ControlServerOptions options;
+  options.maxConnections = 4;
   start(echo, options);
-  OwnedFd first = connect();
-  const OwnedFd second = send("hello");
-  first = OwnedFd();
-  EXPECT_EQ("res::hello", receive(second));
+  std::vector<OwnedFd> silent;
+  silent.reserve(20);
+  for (int i = 0; i < 20; ++i) silent.push_back(connect());
+  EXPECT_EQ("res::hello", ask("hello"));
 }
 
 TEST_F(ControlServerTest, HandlerLearnsThatItsClientHasGone) {

@@ -16,74 +16,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/objects/ControlObject.h"
-#include "platform/objects/ControlSocket.h"
-#include "tests/support/CertificateMaker.h"
-#include "tests/support/ServiceProcess.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/services/certmgr/CertmgrdFixture.h"
 
 namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
-
-class CertmgrdTest : public testing::Test {
- protected:
-  CertmgrdTest() : root(CertificateMaker("Root").asCa().make()) {
-    setenv("PPS_RUNTIME_DIR", files_.path("run").c_str(), 1);
-    store_ = files_.path("stores/common/user_trusted");
-  }
-
-  // With empty system anchors, unless `arguments` say otherwise.
-  void start(std::vector<std::string> arguments = {"--no-system-anchors"}) {
-    arguments.push_back("--root=" + files_.path("stores"));
-    service_ = std::make_unique<ServiceProcess>(arguments);
-    ASSERT_TRUE(service_->isReady()) << service_->errors();
-  }
-
-  std::string write(const std::string& name, const TestCertificate& certificate) const {
-    return files_.write(name, certificate.derString());
-  }
-
-  static std::string ask(const std::string& text) {
-    const OwnedFd fd(openControlObject("/pps/services/certmgr/control?wait"));
-    EXPECT_TRUE(fd);
-    EXPECT_EQ(static_cast<ssize_t>(text.size()), ::write(fd.get(), text.data(), text.size()));
-    std::string answer(16384, '\0');
-    const ssize_t length = read(fd.get(), answer.data(), answer.size());
-    answer.resize(length < 0 ? 0 : static_cast<size_t>(length));
-    return answer;
-  }
-
-  static std::string request(const std::vector<std::string>& paths,
-                             const std::string& application = "common",
-                             const std::string& className = "user_trusted") {
-    std::string text = "msg::getcertdetails\nid::789\ndat:json:{\"application\":\"" + application +
-                       R"(","class":")" + className + R"(","certid":")" + paths.front() + "\",";
-    std::string others;
-    for (size_t i = 1; i < paths.size(); ++i) {
-      others += std::string(i > 1 ? "," : "") + "\"" + paths[i] + "\"";
-    }
-    if (!others.empty()) text += "\"intermediateCerts\":[" + others + "],";
-    return text + R"("fields":["validity","subjectCommonName","subjectAltNames","serial"]})"
-                  "\n";
-  }
-
-  TestCertificate leafByRoot() const {
-    return CertificateMaker("leaf.example")
-        .asServer()
-        .dns("leaf.example")
-        .serial({0xab, 0x01})
-        .issuedBy(root)
-        .make();
-  }
-
-  TemporaryDirectory files_;
-  std::string store_;
-  TestCertificate root;
-  std::unique_ptr<ServiceProcess> service_;
-};
 
 TEST_F(CertmgrdTest, SentChainIsAnsweredWithTheVeryPathsSent) {
   addToHashedDirectory(store_, root);
@@ -204,8 +143,19 @@ TEST_F(CertmgrdTest, AnchorsAndRevocationListsOnTheCommandLineGoTogether) {
 }
 
 TEST_F(CertmgrdTest, CertificateInARevocationFileIsNoAnchor) {
-  start({"--no-system-anchors", "--crlfile=" + files_.write("root.pem", root.pem())});
+  const std::string list = files_.write("list.pem", root.pem() + CrlMaker(root).pem());
+  start({"--no-system-anchors", "--crlfile=" + list});
   EXPECT_THAT(ask(request({write("leaf.der", leafByRoot())})), HasSubstr(R"(["NO_TRUSTED"])"));
+}
+
+TEST_F(CertmgrdTest, DamagedBlockInAStoresFileCostsOnlyItself) {
+  addToHashedDirectory(store_, root);
+  const std::string path = addToHashedDirectory(store_, root);
+  std::ofstream(path) << "-----BEGIN CERTIFICATE-----\nAAAA\n-----END CERTIFICATE-----\n"
+                      << root.pem();
+  std::filesystem::remove(path.substr(0, path.size() - 1) + "0");
+  start();
+  EXPECT_THAT(ask(request({write("leaf.der", leafByRoot())})), HasSubstr("\"VALID\""));
 }
 
 TEST_F(CertmgrdTest, VerificationTimeReplacesTheClock) {
@@ -316,28 +266,9 @@ TEST_F(CertmgrdTest, ServiceGoesOnAfterARefusedRequest) {
   EXPECT_THAT(ask(request({write("leaf.der", leafByRoot())})), HasSubstr("\"VALID\""));
 }
 
-TEST_F(CertmgrdTest, TerminationLeavesNothingBehind) {
-  addToHashedDirectory(store_, root);
-  std::filesystem::create_directory(files_.path("run"));
-  start();
-  ask(request({write("leaf.der", leafByRoot())}));
-  EXPECT_EQ(0, service_->end(SIGTERM));
-  EXPECT_TRUE(std::filesystem::is_empty(files_.path("run")));
-}
-
 TEST_F(CertmgrdTest, InterruptEndsItCleanlyToo) {
   start();
   EXPECT_EQ(0, service_->end(SIGINT));
-}
-
-TEST_F(CertmgrdTest, SecondServiceIsRefusedOnOneLine) {
-  start();
-  ServiceProcess second({"--no-system-anchors"});
-  EXPECT_FALSE(second.isReady());
-  EXPECT_EQ(1, second.wait());
-  EXPECT_EQ("trust-certmgrd: another service is already listening on " +
-                files_.path("run/services/certmgr/control") + "\n",
-            second.errors());
 }
 
 TEST_F(CertmgrdTest, KilledServiceIsReplacedByTheNext) {
@@ -345,56 +276,6 @@ TEST_F(CertmgrdTest, KilledServiceIsReplacedByTheNext) {
   EXPECT_EQ(-1, service_->end(SIGKILL));
   start();
   EXPECT_THAT(ask("msg::show\n"), StartsWith("err::"));
-}
-
-TEST_F(CertmgrdTest, EphemeralServiceRemovesItsRuntimeDirectory) {
-  const std::string runtime = files_.path("private");
-  ServiceProcess service({"--ephemeral", "--runtime-dir=" + runtime});
-  ASSERT_TRUE(service.isReady()) << service.errors();
-  EXPECT_EQ(0, service.end(SIGTERM));
-  EXPECT_FALSE(std::filesystem::exists(runtime));
-}
-
-TEST_F(CertmgrdTest, EphemeralServiceRefusesADirectoryWithContentAndLeavesIt) {
-  const std::string precious = files_.write("home/precious", "content");
-  ServiceProcess service({"--ephemeral", "--runtime-dir=" + files_.path("home")});
-  EXPECT_EQ(1, service.wait());
-  EXPECT_THAT(service.errors(), HasSubstr("is not empty"));
-  EXPECT_TRUE(std::filesystem::exists(precious));
-}
-
-TEST_F(CertmgrdTest, EphemeralServiceEndsWithItsParent) {
-  const std::string runtime = files_.path("private");
-  int alive[2];  // its writing end is held by the parent and the service, and nobody else
-  ASSERT_EQ(0, pipe(alive));
-  const pid_t parent = fork();
-  if (parent == 0) {
-    close(alive[0]);
-    const ServiceProcess service({"--ephemeral", "--runtime-dir=" + runtime});
-    (void)!::write(alive[1], service.isReady() ? "y" : "n", 1);
-    for (;;) pause();
-  }
-  close(alive[1]);
-  char byte = 0;
-  ASSERT_EQ(1, read(alive[0], &byte, 1));
-  EXPECT_EQ('y', byte);
-  kill(parent, SIGKILL);
-  waitpid(parent, nullptr, 0);
-  EXPECT_EQ(0, read(alive[0], &byte, 1));  // returns when the service has ended
-  close(alive[0]);
-  EXPECT_FALSE(std::filesystem::exists(runtime));
-}
-
-TEST_F(CertmgrdTest, WrongUseIsOneLineAndStatusTwo) {
-  ServiceProcess service({"--no-such-option"});
-  EXPECT_EQ(2, service.wait());
-  EXPECT_THAT(service.errors(), StartsWith("trust-certmgrd: "));
-}
-
-TEST_F(CertmgrdTest, TimeThatIsNoneIsRefused) {
-  ServiceProcess service({"--verification-time=yesterday"});
-  EXPECT_EQ(1, service.wait());
-  EXPECT_THAT(service.errors(), HasSubstr("not a time: \"yesterday\""));
 }
 
 }  // namespace
