@@ -1,0 +1,108 @@
+// What the library hands to OpenSSL and to the system, where nothing else shows it. A program
+// of its own, since it stands between the library and the functions it calls.
+
+#include <openssl/x509_vfy.h>
+#include <sys/select.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <optional>
+#include <string>
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include "tests/support/CertificateMaker.h"
+#include "tests/support/ScriptedService.h"
+#include "tests/support/ServiceWorld.h"
+#include "tests/support/Throws.h"
+#include "tests/trustlib/Chains.h"
+#include "trustlib/TrustEngineImpl.h"
+#include "trustlib/pps/PpsConnection.h"
+
+namespace {
+
+std::string lookedUpDirectory;
+std::optional<long> waitedSeconds;
+std::optional<ssize_t> scriptedRead;
+
+}  // namespace
+
+#define STANDS_BETWEEN extern "C" __attribute__((visibility("default")))
+
+STANDS_BETWEEN int X509_LOOKUP_ctrl(X509_LOOKUP* lookup, int command, const char* argument,
+                                    long number, char** result) {
+  lookedUpDirectory = argument;
+  using Real = int (*)(X509_LOOKUP*, int, const char*, long, char**);
+  static const Real real = reinterpret_cast<Real>(dlsym(RTLD_NEXT, "X509_LOOKUP_ctrl"));
+  return real(lookup, command, argument, number, result);
+}
+
+STANDS_BETWEEN int select(int, fd_set*, fd_set*, fd_set*, timeval* limit) {
+  waitedSeconds = limit->tv_sec;
+  return 1;
+}
+
+STANDS_BETWEEN ssize_t read(int fd, void* buffer, size_t size) {
+  return scriptedRead ? *scriptedRead : syscall(SYS_read, fd, buffer, size);
+}
+
+namespace {
+
+class Seams : public testing::Test {
+ protected:
+  // Verifies one chain, whatever comes of it.
+  void verifyWith(const std::string* application, const std::string* storeClass) {
+    const ScriptedService service(world.runtime(), "certmgr", "err::no");
+    Chain chain{CertificateMaker("leaf").make().derString()};
+    TrustEngineImpl engine(chain.list());
+    engine.setTrustStore(application, storeClass);
+    EXPECT_THROW(engine.verify(), TrustManagerException);
+  }
+
+  ServiceWorld world;
+};
+
+TEST_F(Seams, WithoutAStoreTheChainIsBuiltOverTheDefaultDirectory) {
+  verifyWith(nullptr, nullptr);
+  EXPECT_EQ("/var/certmgr/common/user_trusted", lookedUpDirectory);
+}
+
+TEST_F(Seams, DirectoryOfTheChosenStoreIsLowerCased) {
+  const std::string application("BrowserApp");
+  const std::string storeClass("Server_Trusted");
+  verifyWith(&application, &storeClass);
+  EXPECT_EQ("/var/certmgr/browserapp/server_trusted", lookedUpDirectory);
+}
+
+TEST_F(Seams, EngineWaitsForTheServiceForItsLongDefault) {
+  verifyWith(nullptr, nullptr);
+  EXPECT_EQ(30000, waitedSeconds);
+}
+
+TEST_F(Seams, ReadWithoutALimitNeverSelects) {
+  const ScriptedService service(world.runtime(), "echo", "answer");
+  PpsConnection connection("/pps/services/echo/control?wait");
+  connection.write("x", 1);
+  EXPECT_STREQ("answer", connection.read(-1));
+  EXPECT_FALSE(waitedSeconds.has_value());
+}
+
+TEST_F(Seams, ReadThatReturnsAnotherNegativeCountIsAnEmptyBuffer) {
+  const ScriptedService service(world.runtime(), "echo", "answer");
+  PpsConnection connection("/pps/services/echo/control?wait");
+  scriptedRead = -2;
+  EXPECT_THROWS(connection.read(), TrustManagerException,
+                "PpsConnection::read - response buffer is empty");
+}
+
+TEST_F(Seams, ReadThatReturnsMoreThanWasAskedForIsTooLittleSpace) {
+  const ScriptedService service(world.runtime(), "echo", "answer");
+  PpsConnection connection("/pps/services/echo/control?wait");
+  scriptedRead = 16384;
+  EXPECT_THROWS(connection.read(), TrustManagerException,
+                "PpsConnection::read - not enough buffer space for response");
+}
+
+}  // namespace
