@@ -99,7 +99,8 @@ std::string serialNumberOf(const X509* certificate) {
   // The content of the DER integer: minimal two's complement, whatever the sign.
   const ASN1_INTEGER* number = X509_get0_serialNumber(certificate);
   unsigned char* der = nullptr;
-  const int length = i2d_ASN1_INTEGER(number, &der);
+  // OpenSSL 1.1.1 takes the number without const here, and changes nothing.
+  const int length = i2d_ASN1_INTEGER(const_cast<ASN1_INTEGER*>(number), &der);
   if (length <= 0) return "";
   const unsigned char* at = der;
   long size = 0;
