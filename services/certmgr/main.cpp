@@ -4,6 +4,7 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -45,7 +46,8 @@ std::time_t timeOf(const std::string& text) {
 
 // A descriptor that nobody opened would mean that somebody waits in vain.
 std::string whyNoDescriptor(const std::string& text) {
-  const bool open = text.size() < 10 && fcntl(std::atoi(text.c_str()), F_GETFD) != -1;
+  const long number = std::strtol(text.c_str(), nullptr, 10);  // it is one: checked before
+  const bool open = number <= INT_MAX && fcntl(static_cast<int>(number), F_GETFD) != -1;
   return open ? "" : "descriptor " + text + " is not open";
 }
 
