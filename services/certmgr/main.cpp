@@ -46,8 +46,9 @@ std::time_t timeOf(const std::string& text) {
 
 // A descriptor that nobody opened would mean that somebody waits in vain.
 std::string whyNoDescriptor(const std::string& text) {
-  const long number = std::strtol(text.c_str(), nullptr, 10);  // it is one: checked before
-  const bool open = number <= INT_MAX && fcntl(static_cast<int>(number), F_GETFD) != -1;
+  const long number = std::strtol(text.c_str(), nullptr, 10);
+  const bool open =
+      number >= 0 && number <= INT_MAX && fcntl(static_cast<int>(number), F_GETFD) != -1;
   return open ? "" : "descriptor " + text + " is not open";
 }
 
@@ -77,7 +78,6 @@ void describe(CLI::App& app, Options& options) {
       ->capture_default_str();
   app.add_option("--ready-fd", options.server.readyFd,
                  "Descriptor that gets the line READY when the service listens")
-      ->check(CLI::NonNegativeNumber)
       ->check(whyNoDescriptor);
   app.add_flag(
          "--ephemeral", options.ephemeral,
