@@ -9,6 +9,11 @@
 
 namespace {
 
+// A whole PEM block whose content is not what its label says.
+std::string notThatKind(const std::string& label) {
+  return "-----BEGIN " + label + "-----\naGVsbG8=\n-----END " + label + "-----\n";
+}
+
 class VerifyRefuses : public AuthorityTest {
  protected:
   void expectRefusal(const std::vector<std::string>& arguments, const std::string& complaint) {
@@ -165,6 +170,85 @@ TEST_F(VerifyRefuses, AnAnchorFileWithoutAnchors) {
 
 TEST_F(VerifyRefuses, AListFileWithoutLists) {
   expectRefusal({"--crlfile", rootFile_, chainFile_}, "holds no revocation list");
+}
+
+class VerifyRefusesAnAnchorFile : public VerifyRefuses {
+ protected:
+  void expectRefusalOf(const std::string& content, const std::string& complaint) {
+    expectRefusal({"--cafile", directory_.write("roots.pem", content), chainFile_}, complaint);
+  }
+};
+
+TEST_F(VerifyRefusesAnAnchorFile, WhoseOnlyCertificateIsDamaged) {
+  expectRefusalOf(notThatKind("CERTIFICATE"), "/roots.pem' is damaged: PEM block 1 is not a");
+}
+
+TEST_F(VerifyRefusesAnAnchorFile, WhoseSecondCertificateIsDamaged) {
+  expectRefusalOf(root_.pem() + notThatKind("CERTIFICATE"), "PEM block 2 is not a certificate");
+}
+
+TEST_F(VerifyRefusesAnAnchorFile, WhoseLastCertificateIsCutShort) {
+  expectRefusalOf(root_.pem() + inter_.pem().substr(0, 300), "cut short: PEM block 2");
+}
+
+TEST_F(VerifyRefusesAnAnchorFile, WithADamagedRevocationList) {
+  expectRefusalOf(root_.pem() + notThatKind("X509 CRL"), "PEM block 2 is not a revocation list");
+}
+
+TEST_F(VerifyRefusesAnAnchorFile, ThatIsHuge) {
+  const std::string path = directory_.write("roots.pem", root_.pem());
+  std::filesystem::resize_file(path, 17U * 1024 * 1024);
+  expectRefusal({"--cafile", path, chainFile_}, "/roots.pem' is larger than 16384 KiB");
+}
+
+TEST_F(VerifyRefusesAnAnchorFile, ThatIsStandardInput) {
+  expectRefusal({"--cafile", "-", chainFile_}, "--cafile cannot take standard input");
+}
+
+class VerifyRefusesAListFile : public VerifyRefuses {
+ protected:
+  void expectRefusalOf(const std::string& content, const std::string& complaint) {
+    expectRefusal({"--crlfile", directory_.write("lists.pem", content), chainFile_}, complaint);
+  }
+
+  std::string good_ = CrlMaker(root_).pem();
+};
+
+TEST_F(VerifyRefusesAListFile, WhoseOnlyListIsDamaged) {
+  expectRefusalOf(notThatKind("X509 CRL"), "/lists.pem' is damaged: PEM block 1 is not a");
+}
+
+TEST_F(VerifyRefusesAListFile, WhoseSecondListIsDamaged) {
+  expectRefusalOf(good_ + notThatKind("X509 CRL"), "PEM block 2 is not a revocation list");
+}
+
+TEST_F(VerifyRefusesAListFile, WhoseLastListIsCutShort) {
+  expectRefusalOf(good_ + good_.substr(0, good_.size() / 2), "cut short: PEM block 2");
+}
+
+TEST_F(VerifyRefusesAListFile, WhoseFirstListLostItsBegin) {
+  expectRefusalOf(good_.substr(100) + good_, "is damaged or cut short");
+}
+
+TEST_F(VerifyRefusesAListFile, WithADamagedCertificate) {
+  expectRefusalOf(good_ + notThatKind("CERTIFICATE"), "PEM block 2 is not a certificate");
+}
+
+TEST_F(VerifyRefusesAListFile, ThatIsHuge) {
+  const std::string path = directory_.write("lists.pem", good_);
+  std::filesystem::resize_file(path, 17U * 1024 * 1024);
+  expectRefusal({"--crlfile", path, chainFile_}, "/lists.pem' is larger than 16384 KiB");
+}
+
+TEST_F(VerifyRefuses, AnAnchorDirectoryWithoutCertificates) {
+  expectRefusal({"--capath", home_, chainFile_}, "holds no file with a certificate");
+}
+
+TEST_F(VerifyRefuses, AnAnchorDirectoryWithADamagedFile) {
+  std::filesystem::create_directory(directory_.path("anchors"));
+  directory_.write("anchors/a.pem", root_.pem());
+  directory_.write("anchors/b.pem", notThatKind("CERTIFICATE"));
+  expectRefusal({"--capath", directory_.path("anchors"), chainFile_}, "/b.pem' is damaged");
 }
 
 }  // namespace

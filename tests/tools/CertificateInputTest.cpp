@@ -144,6 +144,43 @@ TEST_F(CertificateInput, RefusesAChainWhoseLastBlockIsCutShort) {
   EXPECT_THAT(refusal(leaf_.pem() + pem.substr(0, pem.size() / 2)), HasSubstr("PEM block 2"));
 }
 
+TEST_F(CertificateInput, RefusesAFileWhoseFirstHalfIsMissing) {
+  const std::string pem = leaf_.pem();
+  EXPECT_THAT(refusal(pem.substr(pem.size() / 2) + inter_.pem()), HasSubstr("cut short"));
+}
+
+TEST_F(CertificateInput, RefusesAFileThatBeginsInTheMiddleOfAnEndLine) {
+  EXPECT_THAT(refusal("--END CERTIFICATE-----\n" + inter_.pem()), HasSubstr("cut short"));
+}
+
+TEST_F(CertificateInput, RefusesABeginThatIsNotAtTheStartOfALine) {
+  EXPECT_THAT(refusal("x" + leaf_.pem() + inter_.pem()), HasSubstr("is damaged"));
+}
+
+TEST_F(CertificateInput, RefusesABeginWithFourDashes) {
+  EXPECT_THAT(refusal(leaf_.pem().substr(1) + inter_.pem()), HasSubstr("is damaged"));
+}
+
+TEST_F(CertificateInput, RefusesABrokenLastBegin) {
+  std::string last = inter_.pem();
+  last.replace(last.find("BEGIN"), 5, "BEGAN");
+  EXPECT_THAT(refusal(leaf_.pem() + last), HasSubstr("is damaged"));
+}
+
+TEST_F(CertificateInput, SaysThatBeginMustNotBeIndented) {
+  EXPECT_THAT(refusal("  " + leaf_.pem()), HasSubstr("at the start of its line"));
+}
+
+TEST_F(CertificateInput, TakesWhatAClientPrintsWithTheCertificates) {
+  const std::string text =
+      "CONNECTED(00000003)\n---\nCertificate chain\n 0 s:O = BACK-END Ltd, CN = leaf\n"
+      "   i:CN = Inter\n" +
+      leaf_.pem() + " 1 s:CN = Inter\n   i:CN = Root\n" + inter_.pem() +
+      "---\nServer certificate\nsubject=CN = leaf\n\nissuer=CN = Inter\n\n---\n"
+      "No client certificate CA names sent\n";
+  EXPECT_THAT(parse(text), ElementsAre(leaf_.der(), inter_.der()));
+}
+
 TEST_F(CertificateInput, RefusesAPemBlockWithOtherContent) {
   EXPECT_THAT(refusal("-----BEGIN CERTIFICATE-----\naGVsbG8=\n-----END CERTIFICATE-----\n"),
               HasSubstr("is damaged"));

@@ -28,13 +28,11 @@ namespace {
   refuse(path, fmt::format("cannot be read: {}{}", std::generic_category().message(error), next));
 }
 
-[[noreturn]] void refuseAsTooBig(const std::string& path) {
-  refuse(path, fmt::format("is larger than {} KiB, so it is no certificate chain; give the "
-                           "server's certificate and its intermediates only",
-                           maxInputBytes / 1024));
+[[noreturn]] void refuseAsTooBig(const std::string& path, const InputRules& rules) {
+  refuse(path, fmt::format("is larger than {} KiB, {}", rules.maxBytes / 1024, rules.ifLarger));
 }
 
-void requirePlainFile(const std::string& path, int fd) {
+void requirePlainFile(const std::string& path, int fd, const InputRules& rules) {
   struct stat status {};
   if (fstat(fd, &status) == -1) {
     refuseForErrno(path, errno);
@@ -43,18 +41,18 @@ void requirePlainFile(const std::string& path, int fd) {
     refuse(path, "is a directory; name the certificate file in it");
   }
   if (S_ISFIFO(status.st_mode)) {
-    refuse(path, "is a pipe, not a file; connect it to standard input and name it -");
+    refuse(path, fmt::format("is a pipe, not a file; {}", rules.ifPipe));
   }
   if (!S_ISREG(status.st_mode)) {
     refuse(path, "is not a plain file; give a file with certificates");
   }
-  if (status.st_size > static_cast<off_t>(maxInputBytes)) {
-    refuseAsTooBig(path);
+  if (status.st_size > static_cast<off_t>(rules.maxBytes)) {
+    refuseAsTooBig(path, rules);
   }
 }
 
 // A file may grow while it is read: the bound holds for what comes, not for what was said.
-std::string readBounded(const std::string& path, int fd) {
+std::string readBounded(const std::string& path, int fd, const InputRules& rules) {
   std::string content;
   char piece[16384];
   for (;;) {
@@ -70,8 +68,8 @@ std::string readBounded(const std::string& path, int fd) {
       return content;
     }
     content.append(piece, static_cast<std::size_t>(count));
-    if (content.size() > maxInputBytes) {
-      refuseAsTooBig(path);
+    if (content.size() > rules.maxBytes) {
+      refuseAsTooBig(path, rules);
     }
   }
 }
@@ -82,19 +80,19 @@ std::string inputName(const std::string& path) {
   return path == "-" ? "standard input" : fmt::format("'{}'", printableText(path));
 }
 
-std::string readInput(const std::string& path) {
-  FileDescriptor file;
-  int fd = STDIN_FILENO;
-  if (path != "-") {
-    // Without O_NONBLOCK the open of a named pipe would wait for its writer.
-    file.reset(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    fd = file.get();
-    if (fd == -1) {
-      refuseForErrno(path, errno);
-    }
-    requirePlainFile(path, fd);
+std::string readPlainFile(const std::string& path, const InputRules& rules) {
+  // Without O_NONBLOCK the open of a named pipe would wait for its writer.
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  if (file.get() == -1) {
+    refuseForErrno(path, errno);
   }
-  std::string content = readBounded(path, fd);
+  requirePlainFile(path, file.get(), rules);
+  return readBounded(path, file.get(), rules);
+}
+
+std::string readInput(const std::string& path) {
+  std::string content =
+      path == "-" ? readBounded(path, STDIN_FILENO, chainRules) : readPlainFile(path, chainRules);
   if (content.empty()) {
     refuse(path, "is empty; give a PEM, DER or PKCS#7 file with certificates");
   }

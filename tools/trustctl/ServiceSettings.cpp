@@ -1,68 +1,105 @@
 #include "tools/trustctl/ServiceSettings.h"
 
-#include <errno.h>
-#include <unistd.h>
-
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
+#include <vector>
 
 #include <fmt/format.h>
-#include <openssl/bio.h>
-#include <openssl/err.h>
-#include <openssl/pem.h>
-#include <openssl/x509.h>
 
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/InputFile.h"
-#include "tools/trustctl/OpenSslOwner.h"
+#include "tools/trustctl/PemBlocks.h"
 
 namespace {
+
+// What the services read of one file.
+constexpr InputRules settingRules = {std::size_t{16} * 1024 * 1024,
+                                     "more than the services read; split it or take another",
+                                     "write it to a file first"};
+
+struct Holdings {
+  std::size_t certificates = 0;
+  std::size_t revocationLists = 0;
+};
 
 [[noreturn]] void refuse(const std::string& path, const std::string& why) {
   throw CommandError(ExitStatus::wrongUse, fmt::format("{} {}", inputName(path), why));
 }
 
-void requireReadable(const std::string& path) {
-  if (access(path.c_str(), R_OK) != 0) {
-    refuse(path, fmt::format("cannot be read: {}; check the path",
-                             std::generic_category().message(errno)));
+void requireNoStandardInput(const char* option, const std::string& path) {
+  if (path == "-") {
+    throw CommandError(ExitStatus::wrongUse,
+                       fmt::format("{} cannot take standard input; give it a path", option));
   }
 }
 
-// A file in which `read` finds at least one object.
-template <auto read, auto release>
-void requireFileWith(const std::string& path, const char* otherwise) {
-  requireReadable(path);
+// One damaged block makes the services pass over others of its file too. So every block counts,
+// also one of the kind that was not asked for.
+Holdings examineFile(const std::string& path) {
+  const std::string name = inputName(path);
+  Holdings holdings;
+  std::size_t number = 0;
+  for (PemBlock& block : readPemBlocks(readPlainFile(path, settingRules), name)) {
+    ++number;
+    if (holdsRevocationList(block, name, number)) {
+      ++holdings.revocationLists;
+    } else if (isCertificate(block)) {
+      takeCertificate(std::move(block), name, number);
+      ++holdings.certificates;
+    }
+  }
+  return holdings;
+}
+
+// The plain files right in a directory, which are those that the services read.
+std::vector<std::string> filesIn(const std::string& directory) {
+  std::vector<std::string> files;
   std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) {
-    refuse(path, "is not a file");
+  std::filesystem::directory_iterator entry(directory, error);
+  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    std::error_code vanished;
+    if (entry->is_regular_file(vanished)) {
+      files.push_back(entry->path().string());
+    }
   }
-  const OpenSslOwner<BIO, BIO_free_all> file(BIO_new_file(path.c_str(), "rb"));
-  auto* first = file == nullptr ? nullptr : read(file.get(), nullptr, nullptr, nullptr);
-  ERR_clear_error();
-  if (first == nullptr) {
-    refuse(path, otherwise);
+  if (error) {
+    refuse(directory, fmt::format("cannot be read: {}; check the path", error.message()));
   }
-  release(first);
+  std::sort(files.begin(), files.end());  // the first complaint must not depend on chance
+  return files;
+}
+
+void requireDirectoryWithCertificates(const std::string& directory) {
+  std::error_code error;
+  if (std::filesystem::exists(directory, error) &&
+      !std::filesystem::is_directory(directory, error)) {
+    refuse(directory, "is not a directory; --capath takes one, --cafile takes a file");
+  }
+  std::size_t certificates = 0;
+  for (const std::string& file : filesIn(directory)) {
+    certificates += examineFile(file).certificates;
+  }
+  if (certificates == 0) {
+    refuse(directory,
+           "holds no file with a certificate in PEM form; --capath takes a directory of trusted "
+           "roots");
+  }
 }
 
 }  // namespace
 
 void requireUsable(const ServiceSettings& settings) {
-  if (!settings.cafile.empty()) {
-    requireFileWith<PEM_read_bio_X509_AUX, X509_free>(
-        settings.cafile, "holds no certificate in PEM form; --cafile takes trusted roots");
+  requireNoStandardInput("--cafile", settings.cafile);
+  requireNoStandardInput("--crlfile", settings.crlfile);
+  if (!settings.cafile.empty() && examineFile(settings.cafile).certificates == 0) {
+    refuse(settings.cafile, "holds no certificate in PEM form; --cafile takes trusted roots");
   }
-  if (!settings.crlfile.empty()) {
-    requireFileWith<PEM_read_bio_X509_CRL, X509_CRL_free>(
-        settings.crlfile,
-        "holds no revocation list in PEM form; make one with: openssl crl -inform DER -in FILE");
+  if (!settings.crlfile.empty() && examineFile(settings.crlfile).revocationLists == 0) {
+    refuse(settings.crlfile,
+           "holds no revocation list in PEM form; make one with: openssl crl -inform DER -in FILE");
   }
   if (!settings.capath.empty()) {
-    requireReadable(settings.capath);
-    std::error_code error;
-    if (!std::filesystem::is_directory(settings.capath, error)) {
-      refuse(settings.capath, "is not a directory; --capath takes one, --cafile takes a file");
-    }
+    requireDirectoryWithCertificates(settings.capath);
   }
 }
