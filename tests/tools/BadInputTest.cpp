@@ -251,4 +251,21 @@ TEST_F(VerifyRefuses, AnAnchorDirectoryWithADamagedFile) {
   expectRefusal({"--capath", directory_.path("anchors"), chainFile_}, "/b.pem' is damaged");
 }
 
+class VerifyRefusesAnEmpty : public VerifyRefuses,
+                             public testing::WithParamInterface<const char*> {};
+
+TEST_P(VerifyRefusesAnEmpty, ValueOf) {
+  const std::string option = GetParam();
+  expectRefusal({option, "", chainFile_}, option + ": the value is empty");
+}
+
+TEST_P(VerifyRefusesAnEmpty, ValueBehindTheEqualsSignOf) {
+  const std::string option = GetParam();
+  expectRefusal({option + "=", rootFile_, chainFile_}, option + ": the value is empty");
+}
+
+INSTANTIATE_TEST_SUITE_P(Options, VerifyRefusesAnEmpty,
+                         testing::Values("--cafile", "--capath", "--crlfile", "--at",
+                                         "--application", "--class"));
+
 }  // namespace

@@ -55,7 +55,7 @@ TEST_P(InterruptedBy, ASignalDuringTheStartOfPrivateServicesDiesOfIt) {
   EXPECT_EQ(-GetParam(), finish(child).status);
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, InterruptedBy, testing::Values(SIGINT, SIGTERM, SIGHUP));
+INSTANTIATE_TEST_SUITE_P(Signals, InterruptedBy, testing::Values(SIGINT, SIGTERM, SIGHUP, SIGQUIT));
 
 TEST_F(Interrupted, ByASignalBeforeAServiceThatIgnoresItAllTheSame) {
   environment_["TRUST_CERTMGRD"] = announcingService("trap '' TERM INT HUP\nexec sleep 1000\n");

@@ -75,6 +75,14 @@ TEST_F(PrivateServicesProgram, ThatIsNoneIsNamed) {
   EXPECT_TRUE(isComplaint(result.err, "TRUST_CERTMGRD names '/nonexistent/trust-certmgrd'"));
 }
 
+TEST_F(PrivateServicesProgram, IsLookedForBeforeItsDirectoryIsMade) {
+  environment_["TRUST_CERTMGRD"] = "/nonexistent/trust-certmgrd";
+  environment_["TMPDIR"] = "/proc";  // where no directory can be made
+  const ProgramRun result = run(verifyWithRoot({chainFile_}));
+  EXPECT_EQ(3, result.status);
+  EXPECT_TRUE(isComplaint(result.err, "TRUST_CERTMGRD names"));
+}
+
 TEST_F(PrivateServicesProgram, ThatGivesUpIsQuoted) {
   environment_["TRUST_CERTMGRD"] = script("echo 'trust-certmgrd: out of luck' >&2\nexit 3\n");
   const ProgramRun result = run(verifyWithRoot({chainFile_}));

@@ -5,6 +5,7 @@
 #include <sched.h>
 #include <stdlib.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -94,6 +95,8 @@ pid_t TrustctlTest::start(const std::vector<std::string>& arguments, const std::
   const std::vector<char*> envp = pointersTo(variables);
   const pid_t child = fork();
   if (child == 0) {
+    const rlimit none = {0, 0};
+    setrlimit(RLIMIT_CORE, &none);  // SIGQUIT would leave a core file
     redirect(in, O_RDONLY, STDIN_FILENO);
     redirect(out, O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
     redirect(err, O_WRONLY | O_CREAT | O_TRUNC, STDERR_FILENO);

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int taken[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int taken[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<pid_t>::is_always_lock_free,
               "a signal handler may use these");

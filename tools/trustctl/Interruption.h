@@ -13,7 +13,7 @@ class Interrupted : public std::exception {
   const char* what() const noexcept override { return "interrupted"; }
 };
 
-// SIGINT, SIGTERM and SIGHUP in this process. A signal never ends the process at once: it
+// SIGINT, SIGTERM, SIGHUP and SIGQUIT in this process. A signal never ends the process at once: it
 // makes every wait fail with EINTR, again and again until the process notices, and ends the
 // child that is watched. For the main thread only.
 class Interruption {

@@ -168,7 +168,6 @@ bool servicesAreRunning() {
 }
 
 PrivateServices::PrivateServices(const ServiceSettings& settings) {
-  makeDirectory();
   try {
     start(settings);
   } catch (...) {
@@ -197,8 +196,7 @@ void PrivateServices::makeDirectory() {
 }
 
 void PrivateServices::start(const ServiceSettings& settings) {
-  const std::vector<std::string> arguments =
-      serviceArguments(findServiceProgram(), directory_, settings);
+  const std::string program = findServiceProgram();
   const FileDescriptor errors(memfd_create("trustctl", MFD_CLOEXEC));
   int ends[2] = {-1, -1};
   if (errors.get() == -1 || pipe2(ends, O_CLOEXEC) == -1) {
@@ -206,6 +204,9 @@ void PrivateServices::start(const ServiceSettings& settings) {
   }
   const FileDescriptor ready(ends[0]);
   FileDescriptor childsEnd(ends[1]);
+  // Late, as nobody clears up after a kill between this and the child's start.
+  makeDirectory();
+  const std::vector<std::string> arguments = serviceArguments(program, directory_, settings);
   {
     const InterruptionBlocker blocker;  // a signal must find the child it is to end
     child_ = startService(arguments, errors.get(), childsEnd.get());
@@ -232,6 +233,8 @@ void PrivateServices::stop() noexcept {
     }
     child_ = 0;
   }
-  std::error_code ignored;
-  std::filesystem::remove_all(directory_, ignored);
+  if (!directory_.empty()) {
+    std::error_code ignored;
+    std::filesystem::remove_all(directory_, ignored);
+  }
 }

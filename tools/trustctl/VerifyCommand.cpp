@@ -159,6 +159,15 @@ ExitStatus runVerify(VerifyOptions* options) {
   }
 }
 
+// An empty value, as of a variable that is not set, must not pass for an option left out.
+CLI::Option* refuseEmpty(CLI::Option* option) {
+  return option->check(
+      [](const std::string& value) {
+        return value.empty() ? "the value is empty; give one or leave the option out" : "";
+      },
+      "");
+}
+
 }  // namespace
 
 void addVerifyCommand(CLI::App* program, CommandAction* chosen) {
@@ -171,24 +180,27 @@ void addVerifyCommand(CLI::App* program, CommandAction* chosen) {
       ->add_option("--alt-domain", options->altDomains, "A further name that will do; repeatable")
       ->type_name("NAME")
       ->allow_extra_args(false);
-  CLI::Option* application =
+  CLI::Option* application = refuseEmpty(
       command->add_option("--application", options->application, "Trust store: its application")
-          ->type_name("NAME");
+          ->type_name("NAME"));
   CLI::Option* className =
-      command->add_option("--class", options->className, "Trust store: its class")
-          ->type_name("NAME")
-          ->needs(application);
+      refuseEmpty(command->add_option("--class", options->className, "Trust store: its class")
+                      ->type_name("NAME")
+                      ->needs(application));
   application->needs(className);
-  command->add_option("--cafile", options->settings.cafile, "Trust these roots, not the system's")
-      ->type_name("FILE");
-  command
-      ->add_option("--capath", options->settings.capath, "The same, from all files of a directory")
-      ->type_name("DIR");
-  command->add_option("--crlfile", options->settings.crlfile, "Revocation lists to heed as well")
-      ->type_name("FILE");
-  command
-      ->add_option("--at", options->at, "Judge as of this time: 2026-01-31, RFC 3339 or @seconds")
-      ->type_name("TIME");
+  ServiceSettings& settings = options->settings;
+  refuseEmpty(
+      command->add_option("--cafile", settings.cafile, "Trust these roots, not the system's")
+          ->type_name("FILE"));
+  refuseEmpty(
+      command->add_option("--capath", settings.capath, "The same, from all files of a directory")
+          ->type_name("DIR"));
+  refuseEmpty(command->add_option("--crlfile", settings.crlfile, "Revocation lists to heed as well")
+                  ->type_name("FILE"));
+  refuseEmpty(command
+                  ->add_option("--at", options->at,
+                               "Judge as of this time: 2026-01-31, RFC 3339 or @seconds")
+                  ->type_name("TIME"));
   command->add_option("--timeout", options->timeoutSeconds, "Wait so long for the services (30)")
       ->type_name("SECONDS");
   command->add_flag("--private", options->ownServices, "Start services of this run's own");

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <fmt/format.h>
@@ -71,6 +72,18 @@ void requireKnownCommand(const CLI::App& program, int argc, char** argv) {
   }
 }
 
+// CLI11 would take the next argument for the value of "--option=".
+void requireValuesBehindEqualsSigns(int argc, char** argv) {
+  for (int i = 1; i < argc && std::string_view(argv[i]) != "--"; ++i) {
+    const std::string_view word = argv[i];
+    if (word.substr(0, 2) == "--" && word.find('=') == word.size() - 1) {
+      throw CommandError(ExitStatus::wrongUse,
+                         fmt::format("{}: the value is empty; give one or leave the option out",
+                                     printableText(word.substr(0, word.size() - 1))));
+    }
+  }
+}
+
 // Of what CLI11 says only the text is used: how the program speaks and exits is its own.
 int explainParseError(const CLI::App& program, const CLI::ParseError& error) {
   const std::vector<CLI::App*> chosen = program.get_subcommands();
@@ -91,6 +104,7 @@ int run(int argc, char** argv) {
   addExplainCommand(&program, &chosen);
   try {
     requireKnownCommand(program, argc, argv);
+    requireValuesBehindEqualsSigns(argc, argv);
     program.parse(argc, argv);
     if (!chosen) {
       throw CommandError(ExitStatus::wrongUse, "no command is given; see: trustctl --help");
