@@ -126,6 +126,14 @@ TEST_F(VerifyRefuses, AnAddressForADomain) {
   expectRefusal({"--domain", "https://www.example.test/", chainFile_}, "is not a domain");
 }
 
+TEST_F(VerifyRefuses, ADomainWithAPort) {
+  expectRefusal({"--domain", "www.example.test:443", chainFile_}, "leave the port out");
+}
+
+TEST_F(VerifyRefuses, ADomainThatEndsInADot) {
+  expectRefusal({"--domain", "www.example.test.", chainFile_}, "leave the dot out");
+}
+
 TEST_F(VerifyRefuses, AlternativesWithoutADomain) {
   expectRefusal({"--alt-domain", "a.test", chainFile_}, "--domain");
 }
@@ -148,7 +156,7 @@ TEST_F(VerifyRefuses, ATimeoutOfNothing) {
 }
 
 TEST_F(VerifyRefuses, ATimeoutThatIsNoNumber) {
-  expectRefusal({"--timeout", "soon", chainFile_}, "--timeout");
+  expectRefusal({"--timeout", "soon", chainFile_}, "86400");
 }
 
 TEST_F(VerifyRefuses, AMissingAnchorFile) {

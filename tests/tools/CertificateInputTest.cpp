@@ -102,6 +102,19 @@ TEST_F(CertificateInput, ReadsOpenSslsTrustedForm) {
   EXPECT_THAT(parse(pem), ElementsAre(leaf_.der()));
 }
 
+TEST_F(CertificateInput, TakesPemBehindTextThatBeginsLikeDer) {
+  EXPECT_THAT(parse("0 s:CN = leaf\n" + leaf_.pem()), ElementsAre(leaf_.der()));
+}
+
+TEST_F(CertificateInput, NamesTheEncodingThatItCannotRead) {
+  std::string wide = "\xFF\xFE";
+  for (const char c : leaf_.pem()) {
+    wide += c;
+    wide += '\0';
+  }
+  EXPECT_THAT(refusal(wide), StartsWith("'input' is text in UTF-16"));
+}
+
 TEST_F(CertificateInput, RefusesText) {
   EXPECT_THAT(refusal("hello\n"), StartsWith("'input' holds no certificate"));
 }

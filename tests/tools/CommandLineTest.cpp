@@ -81,6 +81,10 @@ TEST_F(CommandLine, ExplainsAllWarnings) {
   EXPECT_THAT(result.out, HasSubstr("  DOMAINNAME_MISMATCH\n"));
 }
 
+TEST_F(CommandLine, ExplainsThatUnreadableExtensionsLeaveAChainUntrusted) {
+  EXPECT_THAT(run({"explain", "NO_TRUSTED"}).out, HasSubstr("extensions that cannot be read"));
+}
+
 TEST_F(CommandLine, ExplainsOneWarningInFull) {
   const ProgramRun result = run({"explain", "no_trusted"});
   EXPECT_EQ(0, result.status);

@@ -95,6 +95,17 @@ TEST_F(PrivateServicesProgram, ThatListensNowhereGivesNoVerdict) {
   const ProgramRun result = run(verifyWithRoot({chainFile_}));
   EXPECT_EQ(3, result.status);
   EXPECT_TRUE(isComplaint(result.err, "no verdict on this chain"));
+  EXPECT_EQ(std::string::npos, result.err.find("--private"));
+}
+
+TEST_F(PrivateServicesProgram, CannotAnswerWithTooManyNames) {
+  CertificateMaker maker("x");
+  for (int i = 0; i < 900; ++i) {
+    maker.dns(std::to_string(1000 + i) + ".long-name.example");
+  }
+  const ProgramRun result = run({"verify", directory_.write("names.pem", maker.make().pem())});
+  EXPECT_EQ(3, result.status);
+  EXPECT_TRUE(isComplaint(result.err, "carry more names than"));
 }
 
 }  // namespace

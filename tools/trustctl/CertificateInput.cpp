@@ -98,9 +98,19 @@ std::vector<CertificateDer> parseDer(std::string_view text, const std::string& n
   refuse(name, describeForeignDer(bytes, text.size()));
 }
 
-// A SEQUENCE, as everything here is; its first byte is the digit 0 in text.
+bool mentionsPem(std::string_view bytes) {
+  return bytes.find("-----BEGIN ") != std::string_view::npos;
+}
+
+bool isUtf16(std::string_view bytes) {
+  return bytes.substr(0, 2) == "\xFF\xFE" || bytes.substr(0, 2) == "\xFE\xFF";
+}
+
+// A SEQUENCE, as everything here is. Text may begin with its first byte, the digit 0, but then
+// the length behind it is too short for anything here.
 bool looksLikeDer(std::string_view bytes) {
-  return bytes.front() == '\x30';
+  const bool isShort = bytes.size() > 1 && static_cast<unsigned char>(bytes[1]) < 0x80;
+  return bytes.front() == '\x30' && !(isShort && mentionsPem(bytes));
 }
 
 }  // namespace
@@ -113,7 +123,10 @@ std::vector<CertificateDer> parseCertificates(std::string_view bytes, const std:
   if (!bytes.empty() && looksLikeDer(bytes)) {
     return parseDer(bytes, name);
   }
-  if (bytes.find("-----BEGIN ") != std::string_view::npos) {
+  if (isUtf16(bytes)) {
+    refuse(name, "is text in UTF-16; save it as UTF-8 or ASCII");
+  }
+  if (mentionsPem(bytes)) {
     return parsePem(bytes, name);
   }
   refuse(name, "holds no certificate; give a PEM, DER or PKCS#7 file");

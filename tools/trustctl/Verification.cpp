@@ -45,10 +45,20 @@ Verdict describe(const CertificateTrustInfo& info) {
   return verdict;
 }
 
+std::string describeFailure(const std::string& reason, const char* advice) {
+  if (reason.find("the answer is longer than") != std::string::npos) {
+    return "no verdict on this chain: its certificates carry more names than the certificate "
+           "services can answer with";
+  }
+  return fmt::format("no verdict on this chain: {}; check the input{}", printableText(reason, 300),
+                     advice);
+}
+
 }  // namespace
 
 Verdict judge(const Question& question) {
   Interruption::check();
+  const char* advice = question.isPrivate ? "" : ", or try --private";
   try {
     const std::unique_ptr<CertificateTrustInfo> info = askLibrary(question);
     Interruption::check();
@@ -58,13 +68,10 @@ Verdict judge(const Question& question) {
     throw CommandError(
         ExitStatus::undecided,
         fmt::format("the certificate services did not answer within {} second{}; "
-                    "allow more with --timeout, or try --private",
-                    question.timeoutSeconds, question.timeoutSeconds == 1 ? "" : "s"));
+                    "allow more with --timeout{}",
+                    question.timeoutSeconds, question.timeoutSeconds == 1 ? "" : "s", advice));
   } catch (const TrustManagerException& error) {
     Interruption::check();  // an interrupted wait is an error of the library
-    throw CommandError(ExitStatus::undecided,
-                       fmt::format("no verdict on this chain: {}; check the input, or try "
-                                   "--private",
-                                   printableText(error.what(), 300)));
+    throw CommandError(ExitStatus::undecided, describeFailure(error.what(), advice));
   }
 }

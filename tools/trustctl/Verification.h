@@ -16,6 +16,7 @@ struct Question {
   std::string application;  // with className: the trust store; empty for the usual one
   std::string className;
   int timeoutSeconds = 30;  // how long to wait for the service
+  bool isPrivate = false;   // the services are this run's own
 };
 
 // The library's verdict, ready for showing.

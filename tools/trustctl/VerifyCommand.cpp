@@ -54,12 +54,26 @@ struct VerifyOptions {
   throw CommandError(ExitStatus::wrongUse, text);
 }
 
+// More than one colon is an IPv6 address.
+bool endsWithPort(const std::string& domain) {
+  const std::size_t colon = domain.find(':');
+  return colon != std::string::npos &&
+         domain.find_first_not_of("0123456789", colon + 1) == std::string::npos;
+}
+
 void requireDomain(const std::string& domain) {
   if (domain.empty()) {
     refuse("the domain is empty; give a name such as example.org");
   }
   if (domain.find('/') != std::string::npos) {
     refuse(fmt::format("'{}' is not a domain; give the name alone, such as example.org",
+                       printableText(domain)));
+  }
+  if (endsWithPort(domain)) {
+    refuse(fmt::format("'{}' is a name with a port; leave the port out", printableText(domain)));
+  }
+  if (domain.back() == '.') {
+    refuse(fmt::format("'{}' ends in a dot, which no certificate's name does; leave the dot out",
                        printableText(domain)));
   }
 }
@@ -91,9 +105,6 @@ void checkOptions(VerifyOptions* options) {
     requireStoreName("--application", options->application);
     requireStoreName("--class", options->className);
   }
-  if (options->timeoutSeconds < 1 || options->timeoutSeconds > longestTimeoutSeconds) {
-    refuse(fmt::format("--timeout takes 1 to {} seconds", longestTimeoutSeconds));
-  }
   if (options->at) {
     options->settings.time = parseTime(*options->at);
     if (!options->settings.time) {
@@ -121,16 +132,18 @@ bool needsPrivateServices(const VerifyOptions& options) {
 }
 
 Verdict verify(const VerifyOptions& options) {
-  const Question question{readCertificates(options.files),
-                          options.domain,
-                          options.altDomains,
-                          options.application,
-                          options.className,
-                          options.timeoutSeconds};
+  Question question{readCertificates(options.files),
+                    options.domain,
+                    options.altDomains,
+                    options.application,
+                    options.className,
+                    options.timeoutSeconds,
+                    false};
   if (!needsPrivateServices(options)) {
     return judge(question);
   }
   const PrivateServices services(options.settings);
+  question.isPrivate = true;
   return judge(question);
 }
 
@@ -202,7 +215,8 @@ void addVerifyCommand(CLI::App* program, CommandAction* chosen) {
                                "Judge as of this time: 2026-01-31, RFC 3339 or @seconds")
                   ->type_name("TIME"));
   command->add_option("--timeout", options->timeoutSeconds, "Wait so long for the services (30)")
-      ->type_name("SECONDS");
+      ->type_name("SECONDS")
+      ->check(CLI::Range(1, longestTimeoutSeconds).description(""));
   command->add_flag("--private", options->ownServices, "Start services of this run's own");
   command->add_flag("--json", options->json, "One JSON object on one line, for programs");
   command->add_option("FILE", options->files, "Certificates, the server's own first; - for stdin")

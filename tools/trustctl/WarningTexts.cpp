@@ -82,7 +82,8 @@ const std::vector<WarningText>& warningTexts() {
        "Anybody can make such a chain for any name within seconds. Somebody between you and the "
        "server may have put it there.",
        "A private authority or a self-signed certificate; the server does not send its "
-       "intermediate certificates; or this machine's root certificates are old.",
+       "intermediate certificates; this machine's root certificates are old; or a certificate has "
+       "extensions that cannot be read.",
        "Give missing intermediates after the leaf. If the authority is your own, give its root "
        "with --cafile, having got it over a safe road. Otherwise do not trust it."},
       {CertificateWarnings::INVALID_SIGNATURE,
