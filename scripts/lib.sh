@@ -60,13 +60,13 @@ install_packages() {
     apt-get -q -y --no-install-recommends install "${missing[@]}"
 }
 
-# configure_and_build PRESET: one preset of CMakePresets.json; shows what goes wrong, and
-# otherwise only that it works.
+# configure_and_build PRESET: one preset of CMakePresets.json, from the project's root; shows
+# what goes wrong, and otherwise only that it works. The rest is in build/PRESET.log.
 configure_and_build() {
-  local log
-  log=$(mktemp)
+  local log=build/$1.log
+  mkdir -p build
+  : >"$log"
   printf 'Building the %s preset\n' "$1"
   run_logged "$log" cmake --preset "$1"
   run_logged "$log" cmake --build --preset "$1"
-  rm -f "$log"
 }
