@@ -28,7 +28,12 @@ void parseCertificates(const std::list<Certificate*>& chain, X509Stack* stack) {
     if (parsed == nullptr) {
       throw TrustManagerException("OpenSslUtilities: failed to parse certificate");
     }
+    const int size = stack->size();
     stack->push(parsed);
+    if (stack->size() == size) {
+      // Going on without it would judge the next certificate in place of this one.
+      throw TrustManagerException("OpenSslUtilities: failed to allocate %s", "STACK_OF(X509)*");
+    }
   }
 }
 

@@ -27,7 +27,10 @@ X509Stack::~X509Stack() {
 }
 
 void X509Stack::push(x509_st* certificate) TRUSTLIB_THROWS(TrustManagerException) {
-  sk_X509_push(stack, certificate);
+  // A failure is not reported, but what was given away must not get lost either.
+  if (sk_X509_push(stack, certificate) == 0) {
+    X509_free(certificate);
+  }
 }
 
 x509_st* X509Stack::get(int index) TRUSTLIB_THROWS(TrustManagerException) {
