@@ -1,5 +1,7 @@
 #include "trustlib/util/StringUtilities.h"
 
+#include <cstring>
+
 namespace {
 
 const char whitespace[] = " \t\n\v\f\r";
@@ -7,7 +9,7 @@ const char whitespace[] = " \t\n\v\f\r";
 }  // namespace
 
 bool StringUtilities::isWhitespace(char byte) TRUSTLIB_THROWS(TrustManagerException) {
-  return byte == ' ' || (byte >= '\t' && byte <= '\r');
+  return byte != '\0' && strchr(whitespace, byte) != nullptr;
 }
 
 void StringUtilities::tolower(std::string& text) TRUSTLIB_THROWS(TrustManagerException) {
