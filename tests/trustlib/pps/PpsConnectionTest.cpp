@@ -199,14 +199,14 @@ TEST_F(Connection, ReadErrorCarriesTheSystemsReason) {
                 std::string("PpsConnection::read - read error: ") + strerror(EBADF));
 }
 
+// Descriptor numbers would prove nothing: the service accepts on a thread of this process.
 TEST_F(Connection, DestructionClosesTheDescriptor) {
   const ScriptedService service(world.runtime(), "echo", echo);
-  const int before = open("/dev/null", O_RDONLY | O_CLOEXEC);
-  close(before);
-  { const PpsConnection connection(echoPath); }
-  const int after = open("/dev/null", O_RDONLY | O_CLOEXEC);
-  close(after);
-  EXPECT_EQ(before, after);
+  {
+    const PpsConnection connection(echoPath);
+    EXPECT_NE(-1, clientDescriptor());
+  }
+  EXPECT_EQ(-1, clientDescriptor());
 }
 
 }  // namespace
