@@ -5,9 +5,9 @@
 
 #include "services/certmgr/CertDetailsAnswer.h"
 #include "services/certmgr/CertDetailsRequest.h"
-#include "services/certmgr/CertificateFiles.h"
-#include "services/certmgr/CertificateNames.h"
 #include "services/certmgr/Evaluator.h"
+#include "services/common/CertificateFiles.h"
+#include "services/common/CertificateNames.h"
 
 namespace {
 

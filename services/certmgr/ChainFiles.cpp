@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "platform/objects/ControlSocket.h"
-#include "services/certmgr/CertificateFiles.h"
+#include "services/common/CertificateFiles.h"
 
 namespace {
 

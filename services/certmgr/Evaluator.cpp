@@ -9,9 +9,9 @@
 #include <openssl/err.h>
 #include <openssl/x509_vfy.h>
 
-#include "services/certmgr/CertificateFiles.h"
 #include "services/certmgr/Findings.h"
 #include "services/certmgr/Revocation.h"
+#include "services/common/CertificateFiles.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <optional>
 #include <vector>
 
-#include "services/certmgr/OpenSslOwners.h"
 #include "services/certmgr/TrustStores.h"
 #include "services/certmgr/Warnings.h"
+#include "services/common/OpenSslOwners.h"
 
 struct Evaluation {
   Warnings warnings = 0;       // 0 exactly when the chain is valid

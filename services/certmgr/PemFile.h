@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "services/certmgr/OpenSslOwners.h"
+#include "services/common/OpenSslOwners.h"
 
 // What a PEM text holds of certificates and revocation lists, in its order.
 struct PemContent {

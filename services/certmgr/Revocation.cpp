@@ -3,7 +3,7 @@
 #include <openssl/err.h>
 #include <openssl/x509v3.h>
 
-#include "services/certmgr/OpenSslOwners.h"
+#include "services/common/OpenSslOwners.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 
 #include <openssl/err.h>
 
-#include "services/certmgr/CertificateFiles.h"
+#include "services/common/CertificateFiles.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "services/certmgr/OpenSslOwners.h"
 #include "services/certmgr/PemFile.h"
+#include "services/common/OpenSslOwners.h"
 
 // The anchors and revocation lists that one verdict goes by. Never changes, so any
 // number of threads may verify against it.

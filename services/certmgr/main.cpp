@@ -19,8 +19,8 @@
 
 #include "platform/objects/ControlServer.h"
 #include "services/certmgr/CertDetailsService.h"
-#include "services/certmgr/CertificateFiles.h"
 #include "services/certmgr/VerificationTime.h"
+#include "services/common/CertificateFiles.h"
 
 namespace {
 

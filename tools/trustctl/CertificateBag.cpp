@@ -9,7 +9,7 @@
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
 
-#include "tools/trustctl/OpenSslOwner.h"
+#include "services/common/OpenSslOwners.h"
 
 namespace {
 

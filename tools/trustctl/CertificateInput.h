@@ -6,8 +6,7 @@
 #include <string_view>
 #include <vector>
 
-// The DER bytes of one certificate, as they stood in the input.
-using CertificateDer = std::vector<unsigned char>;
+#include "services/common/CertificateDer.h"
 
 // What one chain may hold. Real ones have two to five certificates.
 constexpr std::size_t maxCertificates = 32;

@@ -6,10 +6,11 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "services/common/PrintableText.h"
+#include "services/common/WarningTexts.h"
 #include "tools/trustctl/Command.h"
-#include "tools/trustctl/PrintableText.h"
 #include "tools/trustctl/Suggestion.h"
-#include "tools/trustctl/WarningTexts.h"
+#include "tools/trustctl/WarningWords.h"
 
 namespace {
 

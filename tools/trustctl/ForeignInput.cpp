@@ -6,8 +6,8 @@
 #include <openssl/pkcs12.h>
 #include <openssl/x509.h>
 
-#include "tools/trustctl/OpenSslOwner.h"
-#include "tools/trustctl/PrintableText.h"
+#include "services/common/OpenSslOwners.h"
+#include "services/common/PrintableText.h"
 
 namespace {
 

@@ -10,10 +10,10 @@
 
 #include <fmt/format.h>
 
+#include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/FileDescriptor.h"
 #include "tools/trustctl/Interruption.h"
-#include "tools/trustctl/PrintableText.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 #include <list>
 
 #include "platform/ppscodec/ppscodec.h"
+#include "services/common/PrintableText.h"
+#include "services/common/TimeText.h"
 #include "tools/trustctl/CommandError.h"
-#include "tools/trustctl/PrintableText.h"
-#include "tools/trustctl/TimeText.h"
 #include "tools/trustctl/VerdictReport.h"
 #include "trustlib/CertificateWarnings.h"
 

@@ -9,8 +9,8 @@
 #include <openssl/pem.h>
 #include <openssl/x509.h>
 
+#include "services/common/OpenSslOwners.h"
 #include "tools/trustctl/CommandError.h"
-#include "tools/trustctl/OpenSslOwner.h"
 
 namespace {
 

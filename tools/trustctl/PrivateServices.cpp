@@ -19,10 +19,10 @@
 #include <fmt/format.h>
 
 #include "platform/objects/ControlObject.h"
+#include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/FileDescriptor.h"
 #include "tools/trustctl/Interruption.h"
-#include "tools/trustctl/PrintableText.h"
 #include "tools/trustctl/ServiceProgram.h"
 
 namespace {

@@ -10,8 +10,8 @@
 
 #include <fmt/format.h>
 
+#include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandError.h"
-#include "tools/trustctl/PrintableText.h"
 
 namespace {
 

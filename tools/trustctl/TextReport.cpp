@@ -1,9 +1,9 @@
 #include <fmt/format.h>
 
-#include "tools/trustctl/PrintableText.h"
-#include "tools/trustctl/TimeText.h"
+#include "services/common/PrintableText.h"
+#include "services/common/TimeText.h"
+#include "services/common/WarningTexts.h"
 #include "tools/trustctl/VerdictReport.h"
-#include "tools/trustctl/WarningTexts.h"
 
 namespace {
 

@@ -2,12 +2,13 @@
 
 #include <list>
 #include <memory>
+#include <stdexcept>
 
 #include <fmt/format.h>
 
+#include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/Interruption.h"
-#include "tools/trustctl/PrintableText.h"
 #include "trustlib/CertificateImpl.h"
 #include "trustlib/DefaultCertificateBlacklist.h"
 #include "trustlib/TrustEngineImpl.h"
@@ -35,12 +36,22 @@ std::unique_ptr<CertificateTrustInfo> askLibrary(const Question& question) {
   return std::unique_ptr<CertificateTrustInfo>(engine.verify());
 }
 
+CertificateView view(const CertificateDer& der) {
+  try {
+    return viewCertificate(der);
+  } catch (const std::runtime_error& error) {
+    throw CommandError(ExitStatus::undecided,
+                       fmt::format("a certificate that the service settled on cannot be shown: {}; "
+                                   "try --private",
+                                   error.what()));
+  }
+}
+
 Verdict describe(const CertificateTrustInfo& info) {
   Verdict verdict{info.isValid(), info.isException(), info.isRevoked(), info.getWarnings(), {}};
   for (const Certificate* certificate : *info.getCertificateChain()) {
     const unsigned char* der = certificate->getDer();
-    verdict.chain.push_back(
-        viewCertificate(CertificateDer(der, der + certificate->getDerLength())));
+    verdict.chain.push_back(view(CertificateDer(der, der + certificate->getDerLength())));
   }
   return verdict;
 }

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "services/common/CertificateView.h"
 #include "tools/trustctl/CertificateInput.h"
-#include "tools/trustctl/CertificateView.h"
 
 // What is asked about a chain.
 struct Question {

@@ -12,11 +12,11 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "services/common/PrintableText.h"
+#include "services/common/TimeText.h"
 #include "tools/trustctl/Command.h"
-#include "tools/trustctl/PrintableText.h"
 #include "tools/trustctl/PrivateServices.h"
 #include "tools/trustctl/ServiceSettings.h"
-#include "tools/trustctl/TimeText.h"
 #include "tools/trustctl/VerdictReport.h"
 
 namespace {

@@ -11,9 +11,9 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "services/common/PrintableText.h"
 #include "tools/trustctl/Command.h"
 #include "tools/trustctl/Interruption.h"
-#include "tools/trustctl/PrintableText.h"
 #include "tools/trustctl/Suggestion.h"
 
 namespace {

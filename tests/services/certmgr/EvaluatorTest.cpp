@@ -10,9 +10,9 @@
 #include <gtest/gtest.h>
 #include <openssl/pem.h>
 
-#include "services/certmgr/CertificateFiles.h"
 #include "services/certmgr/TrustStores.h"
 #include "services/certmgr/VerificationTime.h"
+#include "services/common/CertificateFiles.h"
 #include "tests/support/CertificateMaker.h"
 #include "tests/support/TemporaryDirectory.h"
 

@@ -13,9 +13,9 @@
 #include <openssl/pem.h>
 
 #include "services/certmgr/Evaluator.h"
-#include "services/certmgr/OpenSslOwners.h"
 #include "services/certmgr/TrustStores.h"
 #include "services/certmgr/VerificationTime.h"
+#include "services/common/OpenSslOwners.h"
 
 namespace {
 

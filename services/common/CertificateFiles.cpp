@@ -1,4 +1,4 @@
-#include "services/certmgr/CertificateFiles.h"
+#include "services/common/CertificateFiles.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

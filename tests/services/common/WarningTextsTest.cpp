@@ -1,4 +1,4 @@
-#include "tools/trustctl/WarningTexts.h"
+#include "services/common/WarningTexts.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,10 +7,8 @@ namespace {
 
 using testing::ElementsAre;
 using testing::EndsWith;
-using testing::Field;
 using testing::HasSubstr;
 using testing::Not;
-using testing::Pointee;
 
 TEST(WarningTexts, CoverEveryWarningInBitOrder) {
   ASSERT_EQ(static_cast<std::size_t>(CertificateWarnings::nameCount), warningTexts().size());
@@ -27,13 +25,6 @@ TEST(WarningTexts, AreSentencesWithoutLineBreaks) {
       EXPECT_THAT(std::string(part), Not(HasSubstr("\n")));
     }
   }
-}
-
-TEST(WarningTexts, AreFoundByNameInAnyCase) {
-  EXPECT_THAT(findWarningText("Cert-Expiry"),
-              Pointee(Field(&WarningText::flag, CertificateWarnings::CERT_EXPIRY)));
-  EXPECT_EQ(nullptr, findWarningText("CERT_EXPIRY2"));
-  EXPECT_EQ(nullptr, findWarningText(""));
 }
 
 TEST(WarningTexts, OfASetComeInBitOrder) {

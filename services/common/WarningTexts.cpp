@@ -1,6 +1,4 @@
-#include "tools/trustctl/WarningTexts.h"
-
-#include "tools/trustctl/Suggestion.h"
+#include "services/common/WarningTexts.h"
 
 const char* warningName(const WarningText& text) {
   for (int i = 0; i < CertificateWarnings::nameCount; ++i) {
@@ -133,22 +131,4 @@ std::vector<const WarningText*> textsOf(unsigned long long warnings) {
     }
   }
   return found;
-}
-
-const WarningText* findWarningText(std::string_view name) {
-  const std::string wanted = comparableWord(name);
-  for (const WarningText& text : warningTexts()) {
-    if (wanted == comparableWord(warningName(text))) {
-      return &text;
-    }
-  }
-  return nullptr;
-}
-
-std::vector<std::string> warningNames() {
-  std::vector<std::string> names;
-  for (const WarningText& text : warningTexts()) {
-    names.emplace_back(warningName(text));
-  }
-  return names;
 }

@@ -1,11 +1,11 @@
-#ifndef TOOLS_TRUSTCTL_CERTIFICATEVIEW_H
-#define TOOLS_TRUSTCTL_CERTIFICATEVIEW_H
+#ifndef SERVICES_COMMON_CERTIFICATEVIEW_H
+#define SERVICES_COMMON_CERTIFICATEVIEW_H
 
 #include <cstdint>
 #include <optional>
 #include <string>
 
-#include "tools/trustctl/CertificateInput.h"
+#include "services/common/CertificateDer.h"
 
 // What is shown of one certificate. Every text is escaped and safe to print.
 struct CertificateView {
@@ -17,7 +17,7 @@ struct CertificateView {
   std::string sha256;                     // of the DER bytes, lower-case hex
 };
 
-// Reads a certificate for showing. Throws CommandError (undecided) when the bytes are none.
+// Reads a certificate for showing. Throws std::runtime_error when the bytes are none.
 CertificateView viewCertificate(const CertificateDer& der);
 
 #endif

@@ -1,4 +1,4 @@
-#include "tools/trustctl/TimeText.h"
+#include "services/common/TimeText.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,4 +1,4 @@
-#include "services/certmgr/CertificateNames.h"
+#include "services/common/CertificateNames.h"
 
 #include <arpa/inet.h>
 
@@ -9,7 +9,7 @@
 #include <openssl/crypto.h>
 #include <openssl/x509v3.h>
 
-#include "services/certmgr/OpenSslOwners.h"
+#include "services/common/OpenSslOwners.h"
 
 namespace {
 

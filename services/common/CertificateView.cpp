@@ -1,8 +1,9 @@
-#include "tools/trustctl/CertificateView.h"
+#include "services/common/CertificateView.h"
 
 #include <time.h>
 
 #include <algorithm>
+#include <stdexcept>
 #include <string_view>
 
 #include <fmt/format.h>
@@ -12,10 +13,9 @@
 #include <openssl/objects.h>
 #include <openssl/x509.h>
 
-#include "tools/trustctl/CommandError.h"
-#include "tools/trustctl/OpenSslOwner.h"
-#include "tools/trustctl/PrintableText.h"
-#include "tools/trustctl/TimeText.h"
+#include "services/common/OpenSslOwners.h"
+#include "services/common/PrintableText.h"
+#include "services/common/TimeText.h"
 
 namespace {
 
@@ -94,8 +94,7 @@ std::string viewDigest(const CertificateDer& der) {
   unsigned char digest[EVP_MAX_MD_SIZE];
   unsigned int length = 0;
   if (EVP_Digest(der.data(), der.size(), digest, &length, EVP_sha256(), nullptr) != 1) {
-    throw CommandError(ExitStatus::undecided,
-                       "cannot compute a SHA-256 fingerprint; check this machine's OpenSSL");
+    throw std::runtime_error("cannot compute a SHA-256 fingerprint; check this machine's OpenSSL");
   }
   return hex(digest, length);
 }
@@ -108,8 +107,7 @@ CertificateView viewCertificate(const CertificateDer& der) {
       d2i_X509(nullptr, &end, static_cast<long>(der.size())));
   if (certificate == nullptr) {
     ERR_clear_error();
-    throw CommandError(ExitStatus::undecided,
-                       "the service settled on a certificate that cannot be read; try --private");
+    throw std::runtime_error("the bytes are no certificate");
   }
   return {viewName(X509_get_subject_name(certificate.get())),
           viewName(X509_get_issuer_name(certificate.get())),

@@ -1,4 +1,4 @@
-#include "services/certmgr/CertificateNames.h"
+#include "services/common/CertificateNames.h"
 
 #include <string>
 

@@ -1,8 +1,6 @@
-#ifndef TOOLS_TRUSTCTL_WARNINGTEXTS_H
-#define TOOLS_TRUSTCTL_WARNINGTEXTS_H
+#ifndef SERVICES_COMMON_WARNINGTEXTS_H
+#define SERVICES_COMMON_WARNINGTEXTS_H
 
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include "trustlib/CertificateWarnings.h"
@@ -26,12 +24,5 @@ const std::vector<WarningText>& warningTexts();
 
 // The texts of the warnings that are set, in ascending bit order. Unknown bits give nothing.
 std::vector<const WarningText*> textsOf(unsigned long long warnings);
-
-// The text of the warning with that name, whatever its letter case and with "-" for "_" where
-// somebody prefers it; NULL when there is none.
-const WarningText* findWarningText(std::string_view name);
-
-// All names in ascending bit order.
-std::vector<std::string> warningNames();
 
 #endif

@@ -1,5 +1,5 @@
-#ifndef TOOLS_TRUSTCTL_TIMETEXT_H
-#define TOOLS_TRUSTCTL_TIMETEXT_H
+#ifndef SERVICES_COMMON_TIMETEXT_H
+#define SERVICES_COMMON_TIMETEXT_H
 
 #include <cstdint>
 #include <optional>

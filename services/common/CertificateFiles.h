@@ -1,10 +1,10 @@
-#ifndef SERVICES_CERTMGR_CERTIFICATEFILES_H
-#define SERVICES_CERTMGR_CERTIFICATEFILES_H
+#ifndef SERVICES_COMMON_CERTIFICATEFILES_H
+#define SERVICES_COMMON_CERTIFICATEFILES_H
 
 #include <cstddef>
 #include <string>
 
-#include "services/certmgr/OpenSslOwners.h"
+#include "services/common/OpenSslOwners.h"
 
 // Reads a whole plain file of at most `maxBytes`. Never waits on a pipe or device.
 // Throws std::runtime_error that names the file and the reason.

@@ -1,4 +1,4 @@
-#include "tools/trustctl/PrintableText.h"
+#include "services/common/PrintableText.h"
 
 #include <string>
 #include <string_view>
