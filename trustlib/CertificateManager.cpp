@@ -5,6 +5,7 @@
 #include "trustlib/pps/PpsConnection.h"
 #include "trustlib/pps/PpsDecoder.h"
 #include "trustlib/util/ObjectLifecycleManager.h"
+#include "trustlib/util/PpsTimeoutException.h"
 
 namespace {
 
@@ -12,6 +13,16 @@ enum PpsService { certificateManagerService, dialogService };
 
 const char* const ppsServicePaths[] = {"/pps/services/certmgr/control?wait",
                                        "/pps/services/dialog/control?wait"};
+
+// Appends the texts as the elements of a JSON array behind an opening `["`. They are not escaped:
+// that is the form the services have always been sent.
+void appendArray(const std::list<std::string>& texts, std::string* request) {
+  for (const std::string& text : texts) {
+    request->append(text).append("\",\"");
+  }
+  request->resize(request->length() - 2);
+  request->append("]");
+}
 
 }  // namespace
 
@@ -30,7 +41,6 @@ CertificateDetails* CertificateManager::verifyCertificateTrust(
   return parseGetCertDetailsPpsResponse(connection.read(timeoutSeconds));
 }
 
-// No value is escaped: that is the form the service has always been sent.
 void CertificateManager::createGetCertDetailsPpsRequest(
     const std::list<std::string>* certificatePaths, const std::string* trustStoreApplication,
     const std::string* trustStoreClass, std::string* request) {
@@ -50,14 +60,11 @@ void CertificateManager::createGetCertDetailsPpsRequest(
   request->append("\"application\":\"").append(*trustStoreApplication).append("\"");
   request->append(",\"class\":\"").append(*trustStoreClass).append("\"");
   request->append(",\"certid\":\"").append(certificatePaths->front()).append("\",");
-  auto path = certificatePaths->begin();
-  if (++path != certificatePaths->end()) {
+  if (certificatePaths->size() > 1) {
     request->append("\"intermediateCerts\":[\"");
-    for (; path != certificatePaths->end(); ++path) {
-      request->append(*path).append("\",\"");
-    }
-    request->resize(request->length() - 2);
-    request->append("],");
+    appendArray(std::list<std::string>(++certificatePaths->begin(), certificatePaths->end()),
+                request);
+    request->append(",");
   }
   request->append(
       "\"fields\":[\"validity\",\"subjectCommonName\",\"subjectAltNames\",\"serial\"]}\n");
@@ -102,4 +109,76 @@ CertificateDetails* CertificateManager::parseGetCertDetailsPpsResponse(char* res
   decoder.getStringArray("chain", details->getCertificateChain(), true);
   guard.successfulReturn();
   return details;
+}
+
+int CertificateManager::displayCertificateVerificationDialog(
+    const std::list<std::string>* certificatePaths, const std::string* domain,
+    unsigned long long warnings, const std::string* groupId, int timeoutSeconds)
+    TRUSTLIB_THROWS(TrustManagerException) {
+  std::string request;
+  createShowDialogPpsRequest(certificatePaths, domain, warnings, groupId, &request);
+  PpsConnection connection(ppsServicePaths[dialogService]);
+  connection.write(request.data(), static_cast<unsigned int>(request.length()));
+  try {
+    return parseShowDialogPpsResponse(connection.read(timeoutSeconds));
+  } catch (const PpsTimeoutException&) {
+    return unanswered;
+  }
+}
+
+void CertificateManager::createShowDialogPpsRequest(const std::list<std::string>* certificatePaths,
+                                                    const std::string* domain,
+                                                    unsigned long long warnings,
+                                                    const std::string* groupId,
+                                                    std::string* request) {
+  if (certificatePaths == nullptr) {
+    throw TrustManagerException(
+        "CertificateManager::createShowDialogPpsRequest - NULL certificate chain");
+  }
+  request->append(
+      "msg::show\nid::321\ndat:json:{"
+      "\"className\":\"orb.dialog::CertificateVerificationDialog\",\"desc_obj\":{");
+  if (domain != nullptr) {
+    request->append("\"domain\":\"").append(*domain).append("\",");
+  }
+  request->append("\"import\":false,");
+  if (groupId != nullptr) {
+    request->append("\"groupId\":\"").append(*groupId).append("\",");
+  }
+  std::list<std::string> names;
+  CertificateWarnings::appendNames(warnings, &names);
+  if (!names.empty()) {
+    request->append("\"warnings\":[\"");
+    appendArray(names, request);
+    request->append(",");
+  }
+  // Without a path the quote and bracket go, as ever: the service refuses what is left.
+  request->append("\"chain\":[\"");
+  appendArray(*certificatePaths, request);
+  request->append("}}\n");
+}
+
+int CertificateManager::parseShowDialogPpsResponse(char* response) {
+  PpsDecoder decoder;
+  decoder.initialize(nullptr);
+  decoder.parsePpsStr(response);
+  decoder.push(nullptr, true);
+
+  std::string error;
+  if (decoder.getString("err", &error, false)) {
+    throw TrustManagerException("CertificateManager: showtrustdialog returned error: %s",
+                                error.c_str());
+  }
+  if (!decoder.push("dat", false)) {
+    throw TrustManagerException("CertificateManager: unsupported showtrustdialog PPS response");
+  }
+  bool accepted = false;
+  bool alwaysTrust = false;
+  decoder.push("resp_obj", true);
+  decoder.getBool("accepted", &accepted, true);
+  decoder.getBool("alwaysTrust", &alwaysTrust, true);
+  if (alwaysTrust) {
+    return acceptedAlways;  // whatever "accepted" says
+  }
+  return accepted ? acceptedOnce : declined;
 }

@@ -4,11 +4,13 @@
 #include <openssl/x509_vfy.h>
 #include <sys/select.h>
 #include <sys/syscall.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -18,6 +20,8 @@
 #include "tests/support/ServiceWorld.h"
 #include "tests/support/Throws.h"
 #include "tests/trustlib/Chains.h"
+#include "trustlib/CertificateTrustInfoImpl.h"
+#include "trustlib/DefaultTrustDialog.h"
 #include "trustlib/TrustEngineImpl.h"
 #include "trustlib/pps/PpsConnection.h"
 
@@ -26,6 +30,7 @@ namespace {
 std::string lookedUpDirectory;
 std::optional<long> waitedSeconds;
 std::optional<ssize_t> scriptedRead;
+std::vector<time_t> scriptedTimes;  // the next ones, the last of them for ever
 
 }  // namespace
 
@@ -46,6 +51,19 @@ STANDS_BETWEEN int select(int, fd_set*, fd_set*, fd_set*, timeval* limit) {
 
 STANDS_BETWEEN ssize_t read(int fd, void* buffer, size_t size) {
   return scriptedRead ? *scriptedRead : syscall(SYS_read, fd, buffer, size);
+}
+
+STANDS_BETWEEN time_t time(time_t*) noexcept {
+  if (scriptedTimes.empty()) {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return now.tv_sec;
+  }
+  const time_t now = scriptedTimes.front();
+  if (scriptedTimes.size() > 1) {
+    scriptedTimes.erase(scriptedTimes.begin());
+  }
+  return now;
 }
 
 namespace {
@@ -103,6 +121,46 @@ TEST_F(Seams, ReadThatReturnsMoreThanWasAskedForIsTooLittleSpace) {
   scriptedRead = 16384;
   EXPECT_THROWS(connection.read(), TrustManagerException,
                 "PpsConnection::read - not enough buffer space for response");
+}
+
+// How long a dialog that may take 60 seconds, and must have 10, waits for the user when its turn
+// came that much later.
+std::optional<long> secondsForTheUser(int invocationTimeout, long elapsed) {
+  const ServiceWorld world;
+  const ScriptedService service(
+      world.runtime(), "dialog",
+      "dat:json:{\"resp_obj\":{\"accepted\":true,\"alwaysTrust\":false}}");
+  Chain chain{"leaf"};
+  CertificateTrustInfoImpl info(false, 0x100, nullptr, chain.list(), false);
+  DefaultTrustDialog dialog(&info, nullptr);
+  dialog.setDialogInvocationTimeout(invocationTimeout);
+  constexpr time_t start = 1700000000;
+  // One for the name of the file, one before the wait and one after it.
+  scriptedTimes = {start, start, start + elapsed};
+  waitedSeconds.reset();
+  EXPECT_TRUE(dialog.display());
+  return waitedSeconds;
+}
+
+TEST(DialogTime, WithoutALimitTheUserHasForEver) {
+  EXPECT_EQ(std::nullopt, secondsForTheUser(-1, 0));
+}
+
+TEST(DialogTime, IsTheWholeTimeWhenTheTurnCameAtOnce) {
+  EXPECT_EQ(60, secondsForTheUser(60, 0));
+}
+
+TEST(DialogTime, IsWhatTheWaitLeftDownToTheLeastDisplayTime) {
+  EXPECT_EQ(59, secondsForTheUser(60, 1));
+  EXPECT_EQ(10, secondsForTheUser(60, 50));
+}
+
+TEST(DialogTime, FallsBackToTheWholeTimeOnPurposeWhenLessIsLeft) {
+  EXPECT_EQ(60, secondsForTheUser(60, 51));
+}
+
+TEST(DialogTime, FallsBackToTheWholeTimeWhenTheClockWasSetBack) {
+  EXPECT_EQ(60, secondsForTheUser(60, -3600));
 }
 
 }  // namespace

@@ -2,10 +2,12 @@
 
 #include <dirent.h>
 #include <errno.h>
+#include <fcntl.h>
 #include <limits.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdint>
@@ -18,6 +20,7 @@
 namespace {
 
 const mode_t directoryMode = 0775;
+const mode_t newFileMode = 0644;
 
 std::atomic<std::int32_t> temporaryFileCounter(0);
 
@@ -25,6 +28,58 @@ bool isDirectory(const std::string& path, bool* exists) {
   struct stat status;
   *exists = stat(path.c_str(), &status) == 0;
   return *exists && S_ISDIR(status.st_mode);
+}
+
+// Opens a file of its own beside the path, which is told through `candidate`.
+int openNewFileBeside(const std::string& path, std::string* candidate) {
+  int fd = -1;
+  do {
+    *candidate = path + "." + std::to_string(temporaryFileCounter++) + ".new";
+    fd = open(candidate->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, newFileMode);
+  } while (fd == -1 && errno == EEXIST);
+  return fd;
+}
+
+bool writeDurably(int fd, const unsigned char* data, std::size_t length) {
+  while (length > 0) {
+    const ssize_t written = write(fd, data, length);
+    if (written == -1 && errno != EINTR) {
+      return false;
+    }
+    if (written > 0) {
+      data += written;
+      length -= static_cast<std::size_t>(written);
+    }
+  }
+  return fsync(fd) == 0;
+}
+
+// Gives the file its name where no other has it; errno is EEXIST where one has.
+bool moveIntoPlace(const std::string& from, const std::string& to) {
+  if (link(from.c_str(), to.c_str()) == 0) {
+    unlink(from.c_str());
+    return true;
+  }
+  if (errno != EPERM && errno != ENOTSUP && errno != ENOSYS) {
+    return false;
+  }
+  // A file system without links: no name can be given and refused in one step there.
+  struct stat status;
+  if (lstat(to.c_str(), &status) == 0) {
+    errno = EEXIST;
+    return false;
+  }
+  return rename(from.c_str(), to.c_str()) == 0;
+}
+
+// Not every file system can; then the name lasts as long as the file system sees to it.
+void makeNamesDurable(const std::string& path) {
+  const std::string directory = path.substr(0, path.find_last_of('/') + 1);
+  const int fd = open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd != -1) {
+    fsync(fd);
+    close(fd);
+  }
 }
 
 std::string findHomeDirectory() {
@@ -105,6 +160,34 @@ void FileUtilities::writeFile(const std::string* path, const unsigned char* data
     throw TrustManagerException("FileUtilities::write - failed to open file");
   }
   file.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(length));
+}
+
+bool FileUtilities::createFile(const std::string* path, const unsigned char* data,
+                               unsigned int length) TRUSTLIB_THROWS(TrustManagerException) {
+  std::string candidate;
+  const int fd = openNewFileBeside(*path, &candidate);
+  if (fd == -1) {
+    throw TrustManagerException("FileUtilities::write - failed to open file");
+  }
+  bool done = writeDurably(fd, data, length);
+  int error = errno;
+  if (close(fd) != 0 && done) {
+    done = false;
+    error = errno;
+  }
+  if (done) {
+    done = moveIntoPlace(candidate, *path);
+    error = errno;
+  }
+  if (!done) {
+    unlink(candidate.c_str());
+    if (error == EEXIST) {
+      return false;
+    }
+    throw TrustManagerException("FileUtilities::write - failed to write file: %s", strerror(error));
+  }
+  makeNamesDurable(*path);
+  return true;
 }
 
 void FileUtilities::readFile(const std::string* path, unsigned char** data, unsigned int* length)

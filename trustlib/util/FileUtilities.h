@@ -47,6 +47,12 @@ class TRUSTLIB_EXPORT FileUtilities {
   static void writeFile(const std::string* path, const unsigned char* data, unsigned int length)
       TRUSTLIB_THROWS(TrustManagerException);
 
+  // Makes a file of these bytes, durably, where nothing stands yet. The path never shows a part
+  // of them, whenever the process ends; a process that is killed may leave a file with more
+  // behind that name, ending in ".new". False when something stands at the path already.
+  static bool createFile(const std::string* path, const unsigned char* data, unsigned int length)
+      TRUSTLIB_THROWS(TrustManagerException);
+
   // Reads the whole file into a buffer that the caller frees with free(). Bytes that could
   // not be read are zero.
   static void readFile(const std::string* path, unsigned char** data, unsigned int* length)
