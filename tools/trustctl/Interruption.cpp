@@ -13,12 +13,22 @@ constexpr int taken[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<pid_t>::is_always_lock_free,
               "a signal handler may use these");
 std::atomic<int> received{0};
-std::atomic<pid_t> watched{0};
+std::atomic<pid_t> watched[4];  // 0 where there is none
 
-void endWatchedChild() {
-  const pid_t child = watched.load();
-  if (child > 0) {
-    kill(child, SIGTERM);
+void endWatchedChildren() {
+  for (const std::atomic<pid_t>& child : watched) {
+    if (child.load() > 0) {
+      kill(child.load(), SIGTERM);
+    }
+  }
+}
+
+void replaceWatched(pid_t before, pid_t after) {
+  for (std::atomic<pid_t>& child : watched) {
+    if (child.load() == before) {
+      child.store(after);
+      return;
+    }
   }
 }
 
@@ -26,7 +36,7 @@ void endWatchedChild() {
 // every second, so that the next try ends the wait.
 void onAlarm(int /*signal*/) {
   const int saved = errno;
-  endWatchedChild();
+  endWatchedChildren();
   alarm(1);
   errno = saved;
 }
@@ -34,7 +44,7 @@ void onAlarm(int /*signal*/) {
 void onSignal(int signal) {
   const int saved = errno;
   received.store(signal);
-  endWatchedChild();
+  endWatchedChildren();
   alarm(1);
   errno = saved;
 }
@@ -68,7 +78,11 @@ void Interruption::install() {
 }
 
 void Interruption::watchChild(pid_t child) {
-  watched.store(child);
+  replaceWatched(0, child);
+}
+
+void Interruption::forgetChild(pid_t child) {
+  replaceWatched(child, 0);
 }
 
 int Interruption::signalNumber() {

@@ -15,14 +15,15 @@ class Interrupted : public std::exception {
 
 // SIGINT, SIGTERM, SIGHUP and SIGQUIT in this process. A signal never ends the process at once: it
 // makes every wait fail with EINTR, again and again until the process notices, and ends the
-// child that is watched. For the main thread only.
+// children that are watched. For the main thread only.
 class Interruption {
  public:
   // Takes the signals over. One that was ignored when the process began stays ignored.
   static void install();
 
-  // The child that a signal also sends SIGTERM to; 0 for none.
+  // A child that a signal also sends SIGTERM to, until it is forgotten. At most four.
   static void watchChild(pid_t child);
+  static void forgetChild(pid_t child);
 
   // The signal that came, 0 for none.
   static int signalNumber();

@@ -1,37 +1,44 @@
 #ifndef TOOLS_TRUSTCTL_PRIVATESERVICES_H
 #define TOOLS_TRUSTCTL_PRIVATESERVICES_H
 
-#include <sys/types.h>
-
+#include <memory>
 #include <string>
 
+#include "tools/trustctl/ServiceChild.h"
 #include "tools/trustctl/ServiceSettings.h"
 
-// True when certificate services already run for this user or machine. Throws CommandError
-// (undecided) when they are there but cannot be reached.
-bool servicesAreRunning();
+// True when a service of that name, "certmgr" or "dialog", already runs for this user or
+// machine. Throws CommandError (undecided) when it is there but cannot be reached.
+bool serviceIsRunning(const std::string& name);
 
-// Certificate services of this run's own: a child process and a directory that only this user
-// may enter, both gone when the object goes. While it lives, PPS_RUNTIME_DIR leads the library
-// to them, and HOME to that directory, so that the library's temporary files are in it too:
-// should this program be killed, the child clears up. One at a time, main thread only.
+// Services of this run's own: child processes and a directory that only this user may enter, all
+// gone when the object goes. While it lives, PPS_RUNTIME_DIR leads the library to them, and to
+// the running ones in place of those that were not started. One at a time, main thread only.
 class PrivateServices {
  public:
-  // Returns when the services answer. Throws CommandError (undecided) when they cannot be
-  // started, with the service's own reason, and Interrupted on a signal.
-  explicit PrivateServices(const ServiceSettings& settings);
+  PrivateServices() = default;
   ~PrivateServices();
 
   PrivateServices(const PrivateServices&) = delete;
   PrivateServices& operator=(const PrivateServices&) = delete;
 
+  // Both return when the service answers; each may be called once, the first one first. Throw
+  // CommandError (undecided) when the service cannot be started, with its own reason, and
+  // Interrupted on a signal.
+
+  // From then on HOME is that directory too, so that the library's temporary files are in it:
+  // should this program be killed, the service clears up.
+  void startCertificateManager(const ServiceSettings& settings);
+  void startDialog(const DialogSettings& settings);
+
  private:
   void makeDirectory();
-  void start(const ServiceSettings& settings);
-  void stop() noexcept;
+  void leadToRunning(const std::string& name) const;
 
   std::string directory_;
-  pid_t child_ = 0;
+  std::string running_;  // where the services are that run already
+  std::unique_ptr<ServiceChild> certificateManager_;
+  std::unique_ptr<ServiceChild> dialog_;
 };
 
 #endif

@@ -15,8 +15,6 @@
 
 namespace {
 
-constexpr const char* programName = "trust-certmgrd";
-
 bool isProgram(const std::filesystem::path& path) {
   std::error_code error;
   return std::filesystem::is_regular_file(path, error) && access(path.c_str(), X_OK) == 0;
@@ -42,27 +40,25 @@ std::vector<std::filesystem::path> placesToLook() {
 
 }  // namespace
 
-std::string findServiceProgram() {
-  const char* named = getenv("TRUST_CERTMGRD");
+std::string findServiceProgram(const ServiceProgram& program) {
+  const char* named = getenv(program.variable);
   if (named != nullptr && *named != '\0') {
     if (!isProgram(named)) {
-      throw CommandError(
-          ExitStatus::undecided,
-          fmt::format("TRUST_CERTMGRD names '{}', which is not a program; correct or unset it",
-                      printableText(named)));
+      throw CommandError(ExitStatus::undecided,
+                         fmt::format("{} names '{}', which is not a program; correct or unset it",
+                                     program.variable, printableText(named)));
     }
     return named;
   }
   for (const std::filesystem::path& place : placesToLook()) {
-    std::filesystem::path program = place / programName;
-    if (isProgram(program)) {
-      return program.string();
+    std::filesystem::path path = place / program.name;
+    if (isProgram(path)) {
+      return path.string();
     }
   }
   throw CommandError(
       ExitStatus::undecided,
-      fmt::format("the program {0}, which judges chains, is not installed: looked beside "
-                  "trustctl, in ../sbin, ../libexec/trustlib and PATH; install it, or set "
-                  "TRUST_CERTMGRD to its path",
-                  programName));
+      fmt::format("the program {}, which {}, is not installed: looked beside trustctl, in "
+                  "../sbin, ../libexec/trustlib and PATH; install it, or set {} to its path",
+                  program.name, program.purpose, program.variable));
 }

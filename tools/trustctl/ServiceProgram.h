@@ -3,9 +3,20 @@
 
 #include <string>
 
-// Finds the certificate-manager service's program: the one $TRUST_CERTMGRD names, else
-// trust-certmgrd beside this program, in ../sbin or ../libexec/trustlib from there, or in PATH.
-// Throws CommandError (undecided) that says where it was looked for.
-std::string findServiceProgram();
+// A service that this program can start for its own run.
+struct ServiceProgram {
+  const char* name;      // the program's file
+  const char* variable;  // of the environment, where its path may stand
+  const char* purpose;   // "judges chains"
+};
+
+constexpr ServiceProgram certificateManagerProgram = {"trust-certmgrd", "TRUST_CERTMGRD",
+                                                      "judges chains"};
+constexpr ServiceProgram dialogProgram = {"trust-dialogd", "TRUST_DIALOGD", "asks the user"};
+
+// Finds the program: the one its variable names, else the one beside this program, in ../sbin
+// or ../libexec/trustlib from there, or in PATH. Throws CommandError (undecided) that says where
+// it was looked for.
+std::string findServiceProgram(const ServiceProgram& program);
 
 #endif

@@ -16,6 +16,12 @@ struct ServiceSettings {
   bool any() const { return !cafile.empty() || !capath.empty() || !crlfile.empty() || time; }
 };
 
+// How a private dialog service is to ask.
+struct DialogSettings {
+  std::string face;   // "terminal", or "policy:" and "decline", "once" or "always"
+  std::string store;  // where it looks earlier decisions up
+};
+
 // The services take what they can use of these files and are silent about the rest, so that a
 // wrong file would look like a bad chain. Throws CommandError (wrongUse) when a path is not
 // what it should be, or holds nothing of use.

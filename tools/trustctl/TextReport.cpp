@@ -24,6 +24,18 @@ std::string shownDomain(const ReportContext& context) {
   return fitLines(escapeText(*context.domain), domainColumns, 1).front();
 }
 
+const char* decisionText(Decision decision) {
+  switch (decision) {
+    case Decision::once:
+      return "You trust it this once, in spite of the warnings.\n";
+    case Decision::always:
+      return "You trust it always, in spite of the warnings; the decision is stored.\n";
+    case Decision::declined:
+      break;
+  }
+  return "You were asked, and it was declined.\n";
+}
+
 void writeVerdict(const Verdict& verdict, const ReportContext& context, std::string* out) {
   const std::string word =
       verdict.trusted ? painted(green, "TRUSTED", context) : painted(red, "NOT TRUSTED", context);
@@ -34,6 +46,9 @@ void writeVerdict(const Verdict& verdict, const ReportContext& context, std::str
   }
   if (verdict.byException) {
     *out += "A stored decision of yours makes it trusted in spite of the warnings.\n";
+  }
+  if (verdict.decision) {
+    *out += decisionText(*verdict.decision);
   }
 }
 

@@ -9,14 +9,18 @@
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/Interruption.h"
+#include "trustlib/CertificateExceptionImpl.h"
 #include "trustlib/CertificateImpl.h"
 #include "trustlib/DefaultCertificateBlacklist.h"
+#include "trustlib/DefaultTrustDialog.h"
+#include "trustlib/FileCertificateExceptionStore.h"
 #include "trustlib/TrustEngineImpl.h"
 #include "trustlib/util/PpsTimeoutException.h"
 
 namespace {
 
-std::unique_ptr<CertificateTrustInfo> askLibrary(const Question& question) {
+std::unique_ptr<CertificateTrustInfo> judge(const Question& question,
+                                            CertificateExceptionStore* store) {
   std::list<CertificateImpl> certificates;
   std::list<Certificate*> chain;
   for (const CertificateDer& der : question.chain) {
@@ -31,6 +35,7 @@ std::unique_ptr<CertificateTrustInfo> askLibrary(const Question& question) {
   if (!question.application.empty()) {
     engine.setTrustStore(&question.application, &question.className);
   }
+  engine.setCertificateExceptionStore(store);
   engine.setCertificateBlacklist(DefaultCertificateBlacklist::getInstance());
   engine.setPpsTimeout(question.timeoutSeconds);
   return std::unique_ptr<CertificateTrustInfo>(engine.verify());
@@ -65,15 +70,29 @@ std::string describeFailure(const std::string& reason, const char* advice) {
                      advice);
 }
 
+std::unique_ptr<CertificateExceptionStore> openStore(const std::string& directory) {
+  if (directory.empty()) {
+    return nullptr;
+  }
+  try {
+    return std::make_unique<FileCertificateExceptionStore>(&directory);
+  } catch (const TrustManagerException& error) {
+    throw CommandError(
+        ExitStatus::undecided,
+        fmt::format("cannot open the store of decisions '{}': {}; name another with --store",
+                    printableText(directory), printableText(error.what(), 300)));
+  }
+}
+
 }  // namespace
 
-Verdict judge(const Question& question) {
+Verification::Verification(const Question& question) : store_(openStore(question.store)) {
   Interruption::check();
   const char* advice = question.isPrivate ? "" : ", or try --private";
   try {
-    const std::unique_ptr<CertificateTrustInfo> info = askLibrary(question);
+    info_ = judge(question, store_.get());
     Interruption::check();
-    return describe(*info);
+    verdict_ = describe(*info_);
   } catch (const PpsTimeoutException&) {
     Interruption::check();
     throw CommandError(
@@ -85,4 +104,32 @@ Verdict judge(const Question& question) {
     Interruption::check();  // an interrupted wait is an error of the library
     throw CommandError(ExitStatus::undecided, describeFailure(error.what(), advice));
   }
+}
+
+Verification::~Verification() = default;
+
+void Verification::ask() {
+  Interruption::check();
+  try {
+    const bool accepted = DefaultTrustDialog(info_.get(), store_.get()).display();
+    Interruption::check();
+    const bool remembered = isStored();
+    verdict_.decision = remembered ? Decision::always
+                        : accepted ? Decision::once
+                                   : Decision::declined;
+    // An equal decision of another process, made just now, counts as well.
+    verdict_.trusted = accepted || remembered;
+  } catch (const TrustManagerException& error) {
+    Interruption::check();
+    throw CommandError(ExitStatus::undecided,
+                       fmt::format("the user could not be asked, or the answer not be stored: {}; "
+                                   "leave the question out with --no-dialog",
+                                   printableText(error.what(), 300)));
+  }
+}
+
+bool Verification::isStored() const {
+  const CertificateExceptionImpl record(info_->getWarnings(), info_->getDomainName(),
+                                        info_->getCertificateChain());
+  return store_ != nullptr && store_->exceptionExists(&record);
 }

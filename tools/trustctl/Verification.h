@@ -1,12 +1,15 @@
 #ifndef TOOLS_TRUSTCTL_VERIFICATION_H
 #define TOOLS_TRUSTCTL_VERIFICATION_H
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "services/common/CertificateView.h"
 #include "tools/trustctl/CertificateInput.h"
+#include "trustlib/CertificateExceptionStore.h"
+#include "trustlib/CertificateTrustInfo.h"
 
 // What is asked about a chain.
 struct Question {
@@ -17,19 +20,49 @@ struct Question {
   std::string className;
   int timeoutSeconds = 30;  // how long to wait for the service
   bool isPrivate = false;   // the services are this run's own
+  std::string store;        // directory of the user's decisions; empty for none
 };
+
+// What the user said to a question.
+enum class Decision { declined, once, always };
 
 // The library's verdict, ready for showing.
 struct Verdict {
   bool trusted = false;
   bool byException = false;
   bool revoked = false;
-  unsigned long long warnings = 0;     // CertificateWarnings
-  std::vector<CertificateView> chain;  // leaf first, as the service settled on it
+  unsigned long long warnings = 0;        // CertificateWarnings
+  std::vector<CertificateView> chain;     // leaf first, as the service settled on it
+  std::optional<Decision> decision = {};  // nothing where nobody was asked
 };
 
-// Has the library judge the chain, over the services that PPS_RUNTIME_DIR leads to. Throws
-// CommandError (undecided) when there can be no verdict, Interrupted on a signal.
-Verdict judge(const Question& question);
+// One verification by the library, over the services that PPS_RUNTIME_DIR leads to.
+class Verification {
+ public:
+  // Judges the chain. Throws CommandError (undecided) when there can be no verdict, Interrupted
+  // on a signal.
+  explicit Verification(const Question& question);
+  ~Verification();
+
+  Verification(const Verification&) = delete;
+  Verification& operator=(const Verification&) = delete;
+
+  // The verdict, and what the user made of it since.
+  const Verdict& verdict() const { return verdict_; }
+
+  // True when the user may be asked to trust the chain all the same.
+  bool mayAsk() const { return !verdict_.trusted && !verdict_.revoked; }
+
+  // Asks, by the dialog service, and remembers "always" in the store. Throws as above when
+  // there can be no question, and when the decision cannot be stored.
+  void ask();
+
+ private:
+  bool isStored() const;
+
+  std::unique_ptr<CertificateExceptionStore> store_;
+  std::unique_ptr<CertificateTrustInfo> info_;
+  Verdict verdict_;
+};
 
 #endif

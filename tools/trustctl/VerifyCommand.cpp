@@ -1,12 +1,15 @@
+#include <fcntl.h>
 #include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <fmt/format.h>
@@ -15,6 +18,8 @@
 #include "services/common/PrintableText.h"
 #include "services/common/TimeText.h"
 #include "tools/trustctl/Command.h"
+#include "tools/trustctl/DecisionStore.h"
+#include "tools/trustctl/FileDescriptor.h"
 #include "tools/trustctl/PrivateServices.h"
 #include "tools/trustctl/ServiceSettings.h"
 #include "tools/trustctl/VerdictReport.h"
@@ -28,11 +33,14 @@ constexpr const char* help =
     "FILE holds certificates as PEM, DER or PKCS#7; - is standard input. Give the server's\n"
     "own certificate first, then its intermediates, in one file or in several. The root is\n"
     "not needed: it must be on this machine, or be given with --cafile.\n\n"
+    "At a terminal you are asked whether to trust a chain all the same; \"always\" is remembered\n"
+    "for exactly that domain, chain and set of warnings.\n\n"
     "Examples:\n"
     "  trustctl verify --domain example.org chain.pem\n"
     "  trustctl verify --domain example.org leaf.pem intermediate.pem\n"
     "  trustctl verify --domain intra.example --cafile company-root.pem chain.pem\n"
     "  trustctl verify --domain example.org --at 2026-01-31 chain.pem\n"
+    "  trustctl verify --domain example.org --dialog policy:decline chain.pem\n"
     "  openssl s_client -connect example.org:443 -servername example.org -showcerts </dev/null |\n"
     "      trustctl verify --domain example.org -\n\n"
     "Exit status: 0 trusted, 1 not trusted, 2 wrong use or unusable input, 3 no verdict.\n";
@@ -46,6 +54,9 @@ struct VerifyOptions {
   int timeoutSeconds = 30;
   bool ownServices = false;
   bool json = false;
+  std::optional<std::string> dialog;
+  bool noDialog = false;
+  std::string store;
   ServiceSettings settings;  // its time comes from `at`
   std::vector<std::string> files;
 };
@@ -114,21 +125,51 @@ void checkOptions(VerifyOptions* options) {
                       printableText(*options->at)));
     }
   }
+  if (options->dialog && options->at) {
+    refuse("--dialog asks about now, and --at judges as of another time; leave one of them out");
+  }
   requireUsable(options->settings);
 }
 
 // Services that judge by other roots or another clock than asked for must not be asked.
-bool needsPrivateServices(const VerifyOptions& options) {
+bool needsPrivateJudgement(const VerifyOptions& options) {
   if (options.ownServices) {
     return true;
   }
-  const bool running = servicesAreRunning();
+  const bool running = serviceIsRunning("certmgr");
   if (running && options.settings.any()) {
     refuse(
         "--cafile, --capath, --crlfile and --at cannot be used with the certificate services "
         "that are running; add --private to judge with services of this run's own");
   }
   return !running;
+}
+
+bool hasTerminal() {
+  const FileDescriptor terminal(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
+  return terminal.get() != -1 && isatty(STDOUT_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
+}
+
+// A person at a terminal is asked; scripts, and what is judged as of another day, are not.
+bool asksUser(const VerifyOptions& options) {
+  return !options.noDialog && (options.dialog || (!options.json && !options.at && hasTerminal()));
+}
+
+// Without a question a store that is not there yet holds no decision, and need not be made.
+std::string storeToUse(const VerifyOptions& options) {
+  const std::string store = options.store.empty()
+                                ? userDecisionStore()
+                                : std::filesystem::absolute(options.store).string();
+  std::error_code ignored;
+  return asksUser(options) || std::filesystem::is_directory(store, ignored) ? store : "";
+}
+
+void ask(const VerifyOptions& options, const std::string& store, PrivateServices* services,
+         Verification* verification) {
+  if (options.dialog || options.ownServices || !serviceIsRunning("dialog")) {
+    services->startDialog({options.dialog.value_or("terminal"), store});
+  }
+  verification->ask();
 }
 
 Verdict verify(const VerifyOptions& options) {
@@ -138,13 +179,17 @@ Verdict verify(const VerifyOptions& options) {
                     options.application,
                     options.className,
                     options.timeoutSeconds,
-                    false};
-  if (!needsPrivateServices(options)) {
-    return judge(question);
+                    needsPrivateJudgement(options),
+                    storeToUse(options)};
+  PrivateServices services;
+  if (question.isPrivate) {
+    services.startCertificateManager(options.settings);
   }
-  const PrivateServices services(options.settings);
-  question.isPrivate = true;
-  return judge(question);
+  Verification verification(question);
+  if (verification.mayAsk() && asksUser(options)) {
+    ask(options, question.store, &services, &verification);
+  }
+  return verification.verdict();
 }
 
 bool wantsColours() {
@@ -218,6 +263,18 @@ void addVerifyCommand(CLI::App* program, CommandAction* chosen) {
       ->type_name("SECONDS")
       ->check(CLI::Range(1, longestTimeoutSeconds).description(""));
   command->add_flag("--private", options->ownServices, "Start services of this run's own");
+  command
+      ->add_option("--dialog", options->dialog,
+                   "How to ask about a chain that is not trusted: terminal, policy:decline, "
+                   "policy:once or policy:always")
+      ->type_name("FACE")
+      ->check(CLI::IsMember({"terminal", "policy:decline", "policy:once", "policy:always"})
+                  .description(""));
+  command->add_flag("--no-dialog", options->noDialog, "Never ask")->excludes("--dialog");
+  refuseEmpty(command
+                  ->add_option("--store", options->store,
+                               "Where your decisions are kept (~/vallorin/certexcept)")
+                  ->type_name("DIR"));
   command->add_flag("--json", options->json, "One JSON object on one line, for programs");
   command->add_option("FILE", options->files, "Certificates, the server's own first; - for stdin")
       ->required()
