@@ -25,14 +25,14 @@ constexpr std::size_t kMaxCertificateBytes = 64 * 1024;
   fail(path, std::generic_category().message(error));
 }
 
-}  // namespace
-
-std::string readPlainFile(const std::string& path, std::size_t maxBytes) {
-  const OwnedFd fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+std::string readFile(const std::string& path, std::size_t maxBytes, int moreFlags,
+                     const uid_t* owner) {
+  const OwnedFd fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | moreFlags));
   if (!fd) failBecause(path, errno);
   struct stat status = {};
   if (::fstat(fd.get(), &status) != 0) failBecause(path, errno);
   if (!S_ISREG(status.st_mode)) fail(path, "it is not a plain file");
+  if (owner != nullptr && status.st_uid != *owner) fail(path, "it belongs to another user");
 
   std::string content;
   char part[16 * 1024];
@@ -46,6 +46,16 @@ std::string readPlainFile(const std::string& path, std::size_t maxBytes) {
       fail(path, "it is longer than " + std::to_string(maxBytes) + " bytes");
     }
   }
+}
+
+}  // namespace
+
+std::string readPlainFile(const std::string& path, std::size_t maxBytes) {
+  return readFile(path, maxBytes, 0, nullptr);
+}
+
+std::string readOwnedFile(const std::string& path, std::size_t maxBytes, uid_t owner) {
+  return readFile(path, maxBytes, O_NOFOLLOW, &owner);
 }
 
 X509Ptr readDerCertificate(const std::string& path) {

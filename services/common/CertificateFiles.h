@@ -1,6 +1,8 @@
 #ifndef SERVICES_COMMON_CERTIFICATEFILES_H
 #define SERVICES_COMMON_CERTIFICATEFILES_H
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <string>
 
@@ -9,6 +11,9 @@
 // Reads a whole plain file of at most `maxBytes`. Never waits on a pipe or device.
 // Throws std::runtime_error that names the file and the reason.
 std::string readPlainFile(const std::string& path, std::size_t maxBytes);
+
+// The same for a file that must belong to `owner` and be no symbolic link.
+std::string readOwnedFile(const std::string& path, std::size_t maxBytes, uid_t owner);
 
 // Reads one DER certificate that a client named: an absolute path to a plain file of
 // at most 64 KiB that holds exactly one certificate. Throws std::runtime_error that

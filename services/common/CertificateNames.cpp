@@ -3,10 +3,13 @@
 #include <arpa/inet.h>
 
 #include <memory>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 #include <openssl/asn1.h>
 #include <openssl/crypto.h>
+#include <openssl/err.h>
 #include <openssl/x509v3.h>
 
 #include "services/common/OpenSslOwners.h"
@@ -73,14 +76,22 @@ std::string_view bytesOf(const ASN1_STRING* string) {
           static_cast<std::size_t>(ASN1_STRING_length(string))};
 }
 
-std::string textOf(const ASN1_STRING* string) {
+// Nothing when its ASN.1 type does not say what text it is, or not truly.
+std::optional<std::string> utf8Of(const ASN1_STRING* string) {
   unsigned char* utf8 = nullptr;
   const int length = ASN1_STRING_to_UTF8(&utf8, string);
-  if (length < 0) return escapeAll(bytesOf(string));
-  std::string out =
-      escapeUtf8({reinterpret_cast<const char*>(utf8), static_cast<std::size_t>(length)});
+  if (length < 0) {
+    ERR_clear_error();
+    return {};
+  }
+  std::string out(reinterpret_cast<const char*>(utf8), static_cast<std::size_t>(length));
   OPENSSL_free(utf8);
   return out;
+}
+
+std::string textOf(const ASN1_STRING* string) {
+  const std::optional<std::string> utf8 = utf8Of(string);
+  return utf8 ? escapeUtf8(*utf8) : escapeAll(bytesOf(string));
 }
 
 std::string addressOf(const ASN1_STRING* string) {
@@ -91,6 +102,34 @@ std::string addressOf(const ASN1_STRING* string) {
     return escapeAll(bytes);
   }
   return text;
+}
+
+// Calls `take` for each alternative name with its GEN_ type and value. False when there are
+// some, but in a form that does not decode.
+template <class Take>
+bool forEachAltName(const X509* certificate, Take take) {
+  int found = 0;
+  const GeneralNamesPtr names(static_cast<GENERAL_NAMES*>(
+      X509_get_ext_d2i(certificate, NID_subject_alt_name, &found, nullptr)));
+  constexpr int kAbsent = -1;
+  if (names == nullptr) return found == kAbsent;
+  for (int i = 0; i < sk_GENERAL_NAME_num(names.get()); ++i) {
+    int type = 0;
+    const void* value = GENERAL_NAME_get0_value(sk_GENERAL_NAME_value(names.get(), i), &type);
+    take(type, static_cast<const ASN1_STRING*>(value));
+  }
+  return true;
+}
+
+template <class Take>
+void forEachCommonName(const X509* certificate, Take take) {
+  const X509_NAME* subject = X509_get_subject_name(certificate);
+  // OpenSSL 1.1.1 takes the name without const here, and changes nothing.
+  auto* const lookup = const_cast<X509_NAME*>(subject);
+  for (int at = X509_NAME_get_index_by_NID(lookup, NID_commonName, -1); at >= 0;
+       at = X509_NAME_get_index_by_NID(lookup, NID_commonName, at)) {
+    take(X509_NAME_ENTRY_get_data(X509_NAME_get_entry(subject, at)));
+  }
 }
 
 }  // namespace
@@ -121,36 +160,47 @@ std::string serialNumberOf(const X509* certificate) {
   return out;
 }
 
+CertificateNames namesOf(const X509* certificate) {
+  using Kind = CertificateName::Kind;
+  CertificateNames result;
+  const auto add = [&](Kind kind, std::string text) {
+    result.names.push_back({kind, std::move(text)});
+  };
+  result.unreadable = !forEachAltName(certificate, [&](int type, const ASN1_STRING* string) {
+    switch (type) {
+      case GEN_DNS:
+        return add(Kind::dns, std::string(bytesOf(string)));
+      case GEN_IPADD:
+        return add(Kind::address, addressOf(string));
+      case GEN_URI:
+        return add(Kind::uri, std::string(bytesOf(string)));
+      case GEN_EMAIL:
+        return add(Kind::email, std::string(bytesOf(string)));
+      default:
+        ++result.otherNames;
+    }
+  });
+  forEachCommonName(certificate, [&](const ASN1_STRING* string) {
+    add(Kind::commonName, utf8Of(string).value_or(std::string(bytesOf(string))));
+  });
+  return result;
+}
+
 std::vector<std::string> commonNamesOf(const X509* certificate) {
   std::vector<std::string> names;
-  const X509_NAME* subject = X509_get_subject_name(certificate);
-  // OpenSSL 1.1.1 takes the name without const here, and changes nothing.
-  auto* const lookup = const_cast<X509_NAME*>(subject);
-  for (int at = X509_NAME_get_index_by_NID(lookup, NID_commonName, -1); at >= 0;
-       at = X509_NAME_get_index_by_NID(lookup, NID_commonName, at)) {
-    names.push_back(textOf(X509_NAME_ENTRY_get_data(X509_NAME_get_entry(subject, at))));
-  }
+  forEachCommonName(certificate,
+                    [&](const ASN1_STRING* string) { names.push_back(textOf(string)); });
   return names;
 }
 
 std::vector<std::string> subjectAltNamesOf(const X509* certificate) {
   std::vector<std::string> result;
-  int found = 0;
-  const GeneralNamesPtr names(static_cast<GENERAL_NAMES*>(
-      X509_get_ext_d2i(certificate, NID_subject_alt_name, &found, nullptr)));
-  if (names == nullptr) {
-    constexpr int kAbsent = -1;
-    if (found != kAbsent) result.emplace_back("DNS:\\unreadable");
-    return result;
-  }
-  for (int i = 0; i < sk_GENERAL_NAME_num(names.get()); ++i) {
-    int type = 0;
-    const void* value = GENERAL_NAME_get0_value(sk_GENERAL_NAME_value(names.get(), i), &type);
-    const auto* string = static_cast<const ASN1_STRING*>(value);
+  const bool readable = forEachAltName(certificate, [&](int type, const ASN1_STRING* string) {
     if (type == GEN_DNS) result.push_back("DNS:" + escapeAscii(bytesOf(string)));
     if (type == GEN_IPADD) result.push_back("IP Address:" + addressOf(string));
     if (type == GEN_URI) result.push_back("URI:" + escapeAscii(bytesOf(string)));
     if (type == GEN_EMAIL) result.push_back("email:" + escapeAscii(bytesOf(string)));
-  }
+  });
+  if (!readable) result.emplace_back("DNS:\\unreadable");
   return result;
 }

@@ -1,12 +1,30 @@
 #ifndef SERVICES_COMMON_CERTIFICATENAMES_H
 #define SERVICES_COMMON_CERTIFICATENAMES_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 #include <openssl/x509.h>
 
-// What a certificate says of itself, as text that cannot lie.
+// A name that a certificate bears.
+struct CertificateName {
+  enum class Kind { dns, address, uri, email, commonName };
+  Kind kind;
+  std::string text;  // UTF-8 or any bytes, as they stand there; an address in its usual form
+};
+
+// All the names of a certificate, for comparing and showing.
+struct CertificateNames {
+  std::vector<CertificateName> names;  // the alternative ones, then the common ones
+  std::size_t otherNames = 0;          // alternative names of other kinds
+  bool unreadable = false;             // there are alternative names, but they do not decode
+};
+
+// Nothing in it is escaped.
+CertificateNames namesOf(const X509* certificate);
+
+// What a certificate says of itself, as text that cannot lie: the functions below.
 //
 // A byte that could end, hide or forge a name (NUL, control bytes, a backslash; in
 // alternative names all that is not ASCII) comes out as \xNN, and of a string that

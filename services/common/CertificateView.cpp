@@ -13,7 +13,6 @@
 #include <openssl/objects.h>
 #include <openssl/x509.h>
 
-#include "services/common/OpenSslOwners.h"
 #include "services/common/PrintableText.h"
 #include "services/common/TimeText.h"
 
@@ -99,20 +98,64 @@ std::string viewDigest(const CertificateDer& der) {
   return hex(digest, length);
 }
 
+const char* keyTypeName(int type) {
+  switch (type) {
+    case EVP_PKEY_RSA:
+      return "RSA";
+    case EVP_PKEY_RSA_PSS:
+      return "RSA-PSS";
+    case EVP_PKEY_EC:
+      return "elliptic curve";
+    case EVP_PKEY_ED25519:
+      return "Ed25519";
+    case EVP_PKEY_ED448:
+      return "Ed448";
+    default:
+      return OBJ_nid2sn(type);
+  }
+}
+
+std::string viewKey(const X509* certificate) {
+  const EVP_PKEY* key = X509_get0_pubkey(certificate);
+  if (key == nullptr) {
+    ERR_clear_error();
+    return "a kind that cannot be read";
+  }
+  return fmt::format("{}, {} bits", keyTypeName(EVP_PKEY_base_id(key)), EVP_PKEY_bits(key));
+}
+
+bool isSelfSigned(X509* certificate) {
+  return X509_NAME_cmp(X509_get_subject_name(certificate), X509_get_issuer_name(certificate)) ==
+             0 &&
+         isSignedBy(certificate, certificate);
+}
+
 }  // namespace
 
-CertificateView viewCertificate(const CertificateDer& der) {
+X509Ptr parseCertificate(const CertificateDer& der) {
   const unsigned char* end = der.data();
-  const OpenSslOwner<X509, X509_free> certificate(
-      d2i_X509(nullptr, &end, static_cast<long>(der.size())));
-  if (certificate == nullptr) {
-    ERR_clear_error();
-    throw std::runtime_error("the bytes are no certificate");
-  }
+  X509Ptr certificate(d2i_X509(nullptr, &end, static_cast<long>(der.size())));
+  ERR_clear_error();
+  return certificate;
+}
+
+bool isSignedBy(X509* certificate, const X509* issuer) {
+  EVP_PKEY* key = X509_get0_pubkey(issuer);
+  const bool proven = key != nullptr && X509_verify(certificate, key) == 1;
+  ERR_clear_error();
+  return proven;
+}
+
+CertificateView viewCertificate(const CertificateDer& der) {
+  const X509Ptr certificate = parseCertificate(der);
+  if (certificate == nullptr) throw std::runtime_error("the bytes are no certificate");
   return {viewName(X509_get_subject_name(certificate.get())),
           viewName(X509_get_issuer_name(certificate.get())),
           viewSerial(X509_get0_serialNumber(certificate.get())),
           viewTime(X509_get0_notBefore(certificate.get())),
           viewTime(X509_get0_notAfter(certificate.get())),
-          viewDigest(der)};
+          viewDigest(der),
+          namesOf(certificate.get()),
+          viewKey(certificate.get()),
+          isSelfSigned(certificate.get())};
 }

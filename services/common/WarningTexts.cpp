@@ -46,7 +46,7 @@ const std::vector<WarningText>& warningTexts() {
        "them: who holds such a key can pose as the server.",
        "Renewal was forgotten, or this machine's clock is wrong.",
        "Check the clock (date -u) first. Then have the server's owner renew the certificate that "
-       "the path shows as outside its validity."},
+       "is shown as outside its validity."},
       {CertificateWarnings::KU_MISSING, "A certificate does not say what its key may be used for.",
        "The key-usage extension is missing where it is required, above all in an authority.",
        "A key meant for one purpose, such as signing mail, may be abused to sign certificates.",
@@ -82,8 +82,9 @@ const std::vector<WarningText>& warningTexts() {
        "A private authority or a self-signed certificate; the server does not send its "
        "intermediate certificates; this machine's root certificates are old; or a certificate has "
        "extensions that cannot be read.",
-       "Give missing intermediates after the leaf. If the authority is your own, give its root "
-       "with --cafile, having got it over a safe road. Otherwise do not trust it."},
+       "Have the server send its intermediates, or give them after the leaf. If the authority is "
+       "your own, make its root known to this machine or name it, having got it over a safe road. "
+       "Otherwise do not trust it."},
       {CertificateWarnings::INVALID_SIGNATURE,
        "A signature is wrong: a certificate was altered or forged.",
        "A certificate of the chain was not signed by the key of its issuer, or was changed since.",
@@ -109,16 +110,16 @@ const std::vector<WarningText>& warningTexts() {
        "at loosely.",
        "Files of two chains were mixed up, or the intermediates of an earlier certificate are "
        "still installed.",
-       "Have the server's owner install the intermediates that came with the certificate; give "
-       "the leaf first and each issuer after it."},
+       "Have the server's owner install the intermediates that came with the certificate: the leaf "
+       "first, and each issuer after it."},
       {CertificateWarnings::DOMAINNAME_MISMATCH,
        "The certificate is not for the domain that was asked for.",
        "Neither the domain nor one of the alternative domains is among the certificate's names.",
        "Somebody with a valid certificate for a name of their own answers in place of the server.",
        "A typing error, a missing or needless www., a server that serves several domains, or a "
        "network's log-in page.",
-       "Compare the domain with the subject in the path. Do not go on unless you know why they "
-       "differ."},
+       "Compare the domain with the names of the first certificate. Do not go on unless you know "
+       "why they differ."},
   };
   return table;
 }
