@@ -1,0 +1,91 @@
+#include "services/dialog/model/ExceptionComparison.h"
+
+#include <algorithm>
+#include <bit>
+#include <stdexcept>
+#include <tuple>
+#include <utility>
+
+namespace {
+
+// The keys that vouch for the leaf, its issuer's first: as far up as names fit and signatures
+// verify.
+std::vector<std::string> vouchingKeys(const std::vector<ChainMember>& chain) {
+  std::vector<std::string> keys;
+  if (chain.front().view.selfSigned) return {chain.front().publicKey};
+  for (std::size_t i = 0; i + 1 < chain.size(); ++i) {
+    X509* certificate = chain[i].certificate.get();
+    const X509* issuer = chain[i + 1].certificate.get();
+    if (X509_NAME_cmp(X509_get_issuer_name(certificate), X509_get_subject_name(issuer)) != 0 ||
+        !isSignedBy(certificate, issuer)) {
+      break;
+    }
+    keys.push_back(chain[i + 1].publicKey);
+  }
+  return keys;
+}
+
+IssuerChange compareIssuers(const std::vector<ChainMember>& now,
+                            const std::vector<ChainMember>& then) {
+  const std::vector<std::string> keysNow = vouchingKeys(now);
+  const std::vector<std::string> keysThen = vouchingKeys(then);
+  if (!keysNow.empty() && !keysThen.empty()) {
+    if (keysNow.front() == keysThen.front()) return IssuerChange::none;
+    const bool shared = std::find_first_of(keysNow.begin(), keysNow.end(), keysThen.begin(),
+                                           keysThen.end()) != keysNow.end();
+    return shared ? IssuerChange::sameRoots : IssuerChange::other;
+  }
+  const bool sameName = X509_NAME_cmp(X509_get_issuer_name(now.front().certificate.get()),
+                                      X509_get_issuer_name(then.front().certificate.get())) == 0;
+  return sameName ? IssuerChange::unproven : IssuerChange::other;
+}
+
+bool isSameCertificate(const ChainMember& a, const ChainMember& b) {
+  return a.view.sha256 == b.view.sha256;
+}
+
+ExceptionDifference compare(const DialogInput& input, const std::vector<ChainMember>& now,
+                            const EarlierException& earlier) {
+  ExceptionDifference difference;
+  difference.then = readChain(earlier.chain);
+  const std::vector<ChainMember>& then = difference.then;
+  if (!isSameCertificate(now.front(), then.front())) {
+    difference.leaf = now.front().publicKey == then.front().publicKey ? LeafChange::renewedKeyKept
+                                                                      : LeafChange::keyChanged;
+    difference.issuer = compareIssuers(now, then);
+  }
+  difference.restChanged =
+      !std::equal(now.begin() + 1, now.end(), then.begin() + 1, then.end(), isSameCertificate);
+  difference.newWarnings = input.warnings & ~earlier.warnings;
+  difference.goneWarnings = earlier.warnings & ~input.warnings;
+  return difference;
+}
+
+auto distanceOf(const ExceptionDifference& difference, const EarlierException& earlier) {
+  const std::int64_t age = -difference.then.front().view.notBefore.value_or(0);
+  return std::make_tuple(difference.leaf, difference.issuer, std::popcount(difference.newWarnings),
+                         difference.restChanged, std::popcount(difference.goneWarnings), age,
+                         earlier.chain, earlier.warnings);
+}
+
+}  // namespace
+
+std::optional<ExceptionDifference> compareWithNearest(const DialogInput& input,
+                                                      const std::vector<ChainMember>& chain) {
+  std::optional<ExceptionDifference> nearest;
+  const EarlierException* nearestException = nullptr;
+  for (const EarlierException& earlier : input.earlier) {
+    if (earlier.chain.empty()) continue;
+    try {
+      ExceptionDifference difference = compare(input, chain, earlier);
+      if (nearest && distanceOf(*nearest, *nearestException) <= distanceOf(difference, earlier)) {
+        continue;
+      }
+      nearest = std::move(difference);
+      nearestException = &earlier;
+    } catch (const std::runtime_error&) {
+      continue;  // it was never a decision about certificates
+    }
+  }
+  return nearest;
+}

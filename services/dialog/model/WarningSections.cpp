@@ -1,0 +1,85 @@
+#include "services/common/WarningTexts.h"
+#include "services/dialog/model/DialogLines.h"
+#include "services/dialog/model/Sections.h"
+
+namespace {
+
+using Warning = CertificateWarnings;
+
+struct Gravity {
+  Warning::Flag warning;
+  DialogTone tone;
+};
+
+// The gravest first: what is proven false, then whom the certificate speaks for, then what
+// somebody was not allowed to do, then what was only not said.
+constexpr Gravity kGravities[] = {
+    {Warning::REVOKED, DialogTone::danger},
+    {Warning::INVALID_SIGNATURE, DialogTone::danger},
+    {Warning::BC_NOT_CA, DialogTone::danger},
+    {Warning::DOMAINNAME_MISMATCH, DialogTone::danger},
+    {Warning::NO_TRUSTED, DialogTone::danger},
+    {Warning::NAME_CONSTRAINTS, DialogTone::danger},
+    {Warning::INVALID_ISSUER, DialogTone::danger},
+    {Warning::BC_PATH_LENGTH, DialogTone::danger},
+    {Warning::KU_INVALID, DialogTone::danger},
+    {Warning::UNKNOWN_CRITICAL_EXT, DialogTone::doubt},
+    {Warning::BC_MISSING, DialogTone::doubt},
+    {Warning::CERT_EXPIRY, DialogTone::doubt},
+    {Warning::KU_MISSING, DialogTone::doubt},
+    {Warning::BC_NOT_CRITICAL, DialogTone::doubt},
+};
+
+constexpr unsigned long long knownWarnings() {
+  unsigned long long all = 0;
+  for (const Gravity& gravity : kGravities) all |= gravity.warning;
+  return all;
+}
+
+DialogSection makeWarningSection(const WarningText& text, DialogTone tone,
+                                 const std::vector<WarningPlace>& places) {
+  DialogSection section{"warning", text.summary, tone, {}};
+  section.lines = {field("meaning", text.meaning), field("attack", text.attack),
+                   field("innocent cause", text.cause), field("safe next step", text.next)};
+  for (const WarningPlace& place : places) {
+    if (place.warning != text.flag) continue;
+    section.lines.push_back(
+        field("found on", certificateNumber(place.certificate) + ": " + place.reason));
+  }
+  return section;
+}
+
+DialogSection makeUnknownSection() {
+  return {"warning",
+          "The service gave a reason that this program does not know.",
+          DialogTone::danger,
+          {field("meaning",
+                 "Something is wrong with the certificates, but what it is cannot be told here."),
+           field("safe next step",
+                 "Do not trust it. Ask who looks after this machine whether its programs are of "
+                 "one age.")}};
+}
+
+}  // namespace
+
+std::vector<const WarningText*> gravestFirst(unsigned long long warnings) {
+  std::vector<const WarningText*> texts;
+  for (const Gravity& gravity : kGravities) {
+    for (const WarningText* text : textsOf(warnings & gravity.warning)) texts.push_back(text);
+  }
+  return texts;
+}
+
+std::vector<DialogSection> makeWarningSections(unsigned long long warnings,
+                                               const std::vector<WarningPlace>& places) {
+  std::vector<DialogSection> sections;
+  for (const Gravity& gravity : kGravities) {
+    for (const WarningText* text : textsOf(warnings & gravity.warning)) {
+      sections.push_back(makeWarningSection(*text, gravity.tone, places));
+    }
+  }
+  if (warnings == 0 || (warnings & ~knownWarnings()) != 0) {
+    sections.push_back(makeUnknownSection());
+  }
+  return sections;
+}
