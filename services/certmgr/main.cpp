@@ -1,31 +1,21 @@
 // trust-certmgrd: the certificate-manager service.
-#include <fcntl.h>
-#include <pthread.h>
-#include <sys/prctl.h>
 #include <unistd.h>
 
-#include <climits>
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
-#include <exception>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 
 #include "platform/objects/ControlServer.h"
 #include "services/certmgr/CertDetailsService.h"
 #include "services/certmgr/VerificationTime.h"
-#include "services/common/CertificateFiles.h"
+#include "services/common/ServiceMain.h"
 
 namespace {
-
-constexpr int kExitFailure = 1;
-constexpr int kExitUsage = 2;
 
 struct Options {
   TrustSources trust;
@@ -44,17 +34,8 @@ std::time_t timeOf(const std::string& text) {
   }
 }
 
-// A descriptor that nobody opened would mean that somebody waits in vain.
-std::string whyNoDescriptor(const std::string& text) {
-  const long number = std::strtol(text.c_str(), nullptr, 10);
-  const bool open =
-      number >= 0 && number <= INT_MAX && fcntl(static_cast<int>(number), F_GETFD) != -1;
-  return open ? "" : "descriptor " + text + " is not open";
-}
-
 void describe(CLI::App& app, Options& options) {
   app.set_version_flag("--version", TRUSTLIB_VERSION);
-  app.footer("Exit status: 0 stopped as asked, 1 could not start or go on, 2 wrong use.");
   app.add_option("--root", options.trust.root, "Directory of the trust stores")
       ->capture_default_str();
   app.add_option("--system-anchors", options.systemAnchors,
@@ -83,12 +64,6 @@ void describe(CLI::App& app, Options& options) {
          "--ephemeral", options.ephemeral,
          "End with the parent process, and remove the whole --runtime-dir, empty now, at the end")
       ->needs("--runtime-dir");
-}
-
-// A private service of one process must not outlive it.
-void followParent(pid_t parent) {
-  if (prctl(PR_SET_PDEATHSIG, SIGTERM) != 0) throw std::runtime_error("cannot watch the parent");
-  if (getppid() != parent) throw std::runtime_error("the parent has gone");
 }
 
 // Removes the runtime directory of an ephemeral service, however it ends. Only a directory
@@ -135,30 +110,10 @@ void serve(Options options, pid_t parent) {
 
 int main(int argc, char** argv) {
   const pid_t parent = getppid();
-  // Held back until the server handles them, so that an early end cleans up as well.
-  sigset_t ending;
-  sigemptyset(&ending);
-  sigaddset(&ending, SIGTERM);
-  sigaddset(&ending, SIGINT);
-  pthread_sigmask(SIG_BLOCK, &ending, nullptr);
-
+  holdEndingSignals();
   Options options;
   CLI::App app("Certificate-manager service: evaluates certificate chains against trust stores",
                "trust-certmgrd");
-  try {
-    describe(app, options);
-    app.parse(argc, argv);
-  } catch (const CLI::Success& asked) {
-    return app.exit(asked);
-  } catch (const CLI::ParseError& wrong) {
-    (void)fprintf(stderr, "trust-certmgrd: %s\n", wrong.what());
-    return kExitUsage;
-  }
-  try {
-    serve(std::move(options), parent);
-    return 0;
-  } catch (const std::exception& failure) {
-    (void)fprintf(stderr, "trust-certmgrd: %s\n", failure.what());
-    return kExitFailure;
-  }
+  describe(app, options);
+  return runService(app, argc, argv, [&] { serve(std::move(options), parent); });
 }

@@ -1,0 +1,64 @@
+#include "services/common/ServiceMain.h"
+
+#include <fcntl.h>
+#include <limits.h>
+#include <pthread.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <stdexcept>
+
+#include <CLI/CLI.hpp>
+
+namespace {
+
+constexpr int kExitFailure = 1;
+constexpr int kExitUsage = 2;
+
+int failWith(const CLI::App& app, const std::exception& failure, int status) {
+  (void)fprintf(stderr, "%s: %s\n", app.get_name().c_str(), failure.what());
+  return status;
+}
+
+}  // namespace
+
+void holdEndingSignals() {
+  sigset_t ending;
+  sigemptyset(&ending);
+  sigaddset(&ending, SIGTERM);
+  sigaddset(&ending, SIGINT);
+  pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+}
+
+int runService(CLI::App& app, int argc, char** argv, const std::function<void()>& serve) {
+  app.footer("Exit status: 0 stopped as asked, 1 could not start or go on, 2 wrong use.");
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& asked) {
+    return app.exit(asked);
+  } catch (const CLI::ParseError& wrong) {
+    return failWith(app, wrong, kExitUsage);
+  }
+  try {
+    serve();
+    return 0;
+  } catch (const std::exception& failure) {
+    return failWith(app, failure, kExitFailure);
+  }
+}
+
+std::string whyNoDescriptor(const std::string& text) {
+  const long number = std::strtol(text.c_str(), nullptr, 10);
+  const bool open =
+      number >= 0 && number <= INT_MAX && fcntl(static_cast<int>(number), F_GETFD) != -1;
+  return open ? "" : "descriptor " + text + " is not open";
+}
+
+void followParent(pid_t parent) {
+  if (prctl(PR_SET_PDEATHSIG, SIGTERM) != 0) throw std::runtime_error("cannot watch the parent");
+  if (getppid() != parent) throw std::runtime_error("the parent has gone");
+}
