@@ -48,6 +48,21 @@ std::string readFile(const std::string& path, std::size_t maxBytes, int moreFlag
   }
 }
 
+std::string readCertificateFile(const std::string& path) {
+  if (path.empty() || path.front() != '/') fail(path, "the path is not absolute");
+  return readPlainFile(path, kMaxCertificateBytes);
+}
+
+X509Ptr parseCertificate(const std::string& path, const std::string& der) {
+  const auto* begin = reinterpret_cast<const unsigned char*>(der.data());
+  const unsigned char* at = begin;
+  X509Ptr certificate(d2i_X509(nullptr, &at, static_cast<long>(der.size())));
+  ERR_clear_error();
+  if (certificate == nullptr) fail(path, "it holds no DER certificate");
+  if (at != begin + der.size()) fail(path, "there are bytes after its certificate");
+  return certificate;
+}
+
 }  // namespace
 
 std::string readPlainFile(const std::string& path, std::size_t maxBytes) {
@@ -59,15 +74,13 @@ std::string readOwnedFile(const std::string& path, std::size_t maxBytes, uid_t o
 }
 
 X509Ptr readDerCertificate(const std::string& path) {
-  if (path.empty() || path.front() != '/') fail(path, "the path is not absolute");
-  const std::string der = readPlainFile(path, kMaxCertificateBytes);
-  const auto* begin = reinterpret_cast<const unsigned char*>(der.data());
-  const unsigned char* at = begin;
-  X509Ptr certificate(d2i_X509(nullptr, &at, static_cast<long>(der.size())));
-  ERR_clear_error();
-  if (certificate == nullptr) fail(path, "it holds no DER certificate");
-  if (at != begin + der.size()) fail(path, "there are bytes after its certificate");
-  return certificate;
+  return parseCertificate(path, readCertificateFile(path));
+}
+
+CertificateDer readCertificateBytes(const std::string& path) {
+  const std::string der = readCertificateFile(path);
+  parseCertificate(path, der);
+  return {der.begin(), der.end()};
 }
 
 std::string derOf(X509* certificate) {

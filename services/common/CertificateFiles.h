@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <string>
 
+#include "services/common/CertificateDer.h"
 #include "services/common/OpenSslOwners.h"
 
 // Reads a whole plain file of at most `maxBytes`. Never waits on a pipe or device.
@@ -19,6 +20,9 @@ std::string readOwnedFile(const std::string& path, std::size_t maxBytes, uid_t o
 // at most 64 KiB that holds exactly one certificate. Throws std::runtime_error that
 // names the file and what is wrong with it.
 X509Ptr readDerCertificate(const std::string& path);
+
+// The same, but gives the bytes of the file.
+CertificateDer readCertificateBytes(const std::string& path);
 
 // The certificate as DER. Throws std::runtime_error when OpenSSL cannot.
 std::string derOf(X509* certificate);
