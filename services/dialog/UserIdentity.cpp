@@ -1,0 +1,80 @@
+#include "services/dialog/UserIdentity.h"
+
+#include <sys/fsuid.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+
+namespace {
+
+// The C library's functions would change the rights of every thread. The calls whose numbers
+// end in 32 are those for whole numbers of users where the plain ones are older than these.
+#ifdef SYS_setgroups32
+constexpr long kSetGroups = SYS_setgroups32;
+constexpr long kSetGid = SYS_setresgid32;
+constexpr long kSetUid = SYS_setresuid32;
+#else
+constexpr long kSetGroups = SYS_setgroups;
+constexpr long kSetGid = SYS_setresgid;
+constexpr long kSetUid = SYS_setresuid;
+#endif
+
+bool setThreadGroups(const std::vector<gid_t>& groups) {
+  return syscall(kSetGroups, groups.size(), groups.data()) == 0;
+}
+
+// These two never tell of a failure; asking with a number that nobody bears changes nothing.
+bool setFileGroup(gid_t gid) {
+  setfsgid(gid);
+  return static_cast<gid_t>(setfsgid(static_cast<gid_t>(-1))) == gid;
+}
+
+bool setFileUser(uid_t uid) {
+  setfsuid(uid);
+  return static_cast<uid_t>(setfsuid(static_cast<uid_t>(-1))) == uid;
+}
+
+std::vector<gid_t> ownGroups() {
+  std::vector<gid_t> groups(static_cast<std::size_t>(getgroups(0, nullptr)));
+  if (getgroups(static_cast<int>(groups.size()), groups.data()) < 0) {
+    throw std::runtime_error("the service cannot tell its own groups");
+  }
+  return groups;
+}
+
+}  // namespace
+
+UserIdentity::UserIdentity(const UserAccount& user) : gid_(getegid()), uid_(geteuid()) {
+  if (isOwnUser(user)) return;
+  if (uid_ != 0) {
+    throw std::runtime_error("the dialog service runs for another user and shows " + user.name +
+                             " nothing");
+  }
+  groups_ = ownGroups();
+  changed_ = true;
+  if (setThreadGroups(user.groups) && setFileGroup(user.gid) && setFileUser(user.uid)) return;
+  giveUp();
+  throw std::runtime_error("the dialog service cannot act for " + user.name);
+}
+
+UserIdentity::~UserIdentity() {
+  if (changed_) giveUp();
+}
+
+void UserIdentity::giveUp() const {
+  if (setFileUser(uid_) && setFileGroup(gid_) && setThreadGroups(groups_)) return;
+  (void)fputs("trust-dialogd: cannot return to its own rights\n", stderr);
+  std::_Exit(EXIT_FAILURE);
+}
+
+bool isOwnUser(const UserAccount& user) {
+  return user.uid == geteuid();
+}
+
+bool becomeUser(const UserAccount& user) {
+  return setThreadGroups(user.groups) && syscall(kSetGid, user.gid, user.gid, user.gid) == 0 &&
+         syscall(kSetUid, user.uid, user.uid, user.uid) == 0;
+}

@@ -1,0 +1,39 @@
+#ifndef SERVICES_DIALOG_USERIDENTITY_H
+#define SERVICES_DIALOG_USERIDENTITY_H
+
+#include <sys/types.h>
+
+#include <vector>
+
+#include "services/dialog/UserAccount.h"
+
+// While it lives, the files that this thread opens are opened with the rights of another user,
+// so that nobody can have a file read that he could not read himself. For a user that this
+// process runs as anyway it does nothing. Other threads keep their rights. When the own rights
+// cannot be had back, the process ends at once.
+class UserIdentity {
+ public:
+  // Throws std::runtime_error, fit for an answer to the user, when this process may not act
+  // for him.
+  explicit UserIdentity(const UserAccount& user);
+  ~UserIdentity();
+  UserIdentity(const UserIdentity&) = delete;
+  UserIdentity& operator=(const UserIdentity&) = delete;
+
+ private:
+  void giveUp() const;
+
+  bool changed_ = false;
+  std::vector<gid_t> groups_;
+  gid_t gid_;
+  uid_t uid_;
+};
+
+// Whether this process runs as that user.
+bool isOwnUser(const UserAccount& user);
+
+// Makes this thread that user for good, in every respect; false when the system refuses. Plain
+// system calls alone, for a child between fork and exec.
+bool becomeUser(const UserAccount& user);
+
+#endif

@@ -1,0 +1,87 @@
+// trust-dialogd: the dialog service.
+#include <unistd.h>
+
+#include <csignal>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include <CLI/CLI.hpp>
+
+#include "platform/objects/ControlServer.h"
+#include "services/common/ServiceMain.h"
+#include "services/dialog/DialogService.h"
+#include "services/dialog/FaceProgram.h"
+#include "services/dialog/PolicyFace.h"
+#include "services/dialog/TerminalFace.h"
+#include "services/dialog/model/DialogModelCodec.h"
+
+namespace {
+
+constexpr int kMaxTimeoutSeconds = 365 * 24 * 60 * 60;
+const std::string kPolicyPrefix = "policy:";
+
+struct Options {
+  ControlServerOptions server;
+  DialogSettings dialog;
+  std::string face = "terminal";
+  std::string faceProgram;
+  bool followParent = false;
+};
+
+void describe(CLI::App& app, Options& options) {
+  app.set_version_flag("--version", TRUSTLIB_VERSION);
+  app.add_option("--face", options.face,
+                 "Who is asked: the user, on a terminal, or nobody and the answer is fixed")
+      ->check(CLI::IsMember({"terminal", "policy:decline", "policy:once", "policy:always"}))
+      ->capture_default_str();
+  app.add_option("--face-program", options.faceProgram,
+                 "Program that draws on the terminal, in place of trust-dialog-terminal");
+  app.add_option("--store", options.dialog.store,
+                 "Directory of earlier exceptions, in place of the asking user's own");
+  app.add_option("--timeout", options.dialog.timeoutSeconds,
+                 "Seconds after which a dialog is declined; 0 for never")
+      ->check(CLI::Range(0, kMaxTimeoutSeconds))
+      ->capture_default_str();
+  app.add_option("--runtime-dir", options.server.runtimeDirectory,
+                 "Where the socket goes (PPS_RUNTIME_DIR, XDG_RUNTIME_DIR/pps, /run/pps)");
+  app.add_option("--ready-fd", options.server.readyFd,
+                 "Descriptor that gets the line READY when the service listens")
+      ->check(whyNoDescriptor);
+  app.add_flag("--follow-parent", options.followParent, "End with the parent process");
+  app.add_flag("--verbose", options.dialog.verbose, "Tell on stderr who asks and is answered");
+}
+
+std::unique_ptr<const Face> makeFace(const Options& options) {
+  for (const DialogChoice choice :
+       {DialogChoice::decline, DialogChoice::once, DialogChoice::always}) {
+    if (options.face == kPolicyPrefix + dialogChoiceWord(choice)) {
+      return std::make_unique<PolicyFace>(choice);
+    }
+  }
+  return std::make_unique<TerminalFace>(findFaceProgram(options.faceProgram));
+}
+
+void serve(Options options, pid_t parent) {
+  if (options.followParent) followParent(parent);
+  // Restoring a terminal from the background must not stop the service.
+  (void)std::signal(SIGTTOU, SIG_IGN);
+  DialogService service(options.dialog, makeFace(options));
+  options.server.service = "dialog";
+  // A request holds its worker until the user has chosen; idle ones cost next to nothing.
+  options.server.workers = static_cast<unsigned>(options.server.maxConnections);
+  ControlServer server(options.server,
+                       [&](const ControlRequest& request) { return service.answer(request); });
+  server.run();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const pid_t parent = getppid();
+  holdEndingSignals();
+  Options options;
+  CLI::App app("Dialog service: asks the user whether to trust certificates", "trust-dialogd");
+  describe(app, options);
+  return runService(app, argc, argv, [&] { serve(std::move(options), parent); });
+}
