@@ -35,9 +35,8 @@ DialogConfirmation makeConfirmation(const DialogInput& input,
   DialogConfirmation confirmation;
   confirmation.heading = "Always trust exactly this?";
   std::vector<DialogLine>& lines = confirmation.lines;
-  lines.push_back(sentence("From now on this will be trusted without a question:"));
-  lines.push_back(input.domain ? quoted("domain", *input.domain)
-                               : field("domain", "(none was named)"));
+  lines = describeDomain(input.domain);
+  lines.insert(lines.begin(), sentence("From now on this is trusted without a question:"));
   lines.push_back(quotedEscaped("subject", chain.front().view.subject));
   lines.push_back(field("SHA-256", groupedHex(chain.front().view.sha256)));
   lines.push_back(field("certificates", chain.size() == 1 ? "this one alone"

@@ -207,8 +207,8 @@ std::vector<DialogLine> describeReading(const DomainReading& reading) {
   if (!reading.coded.empty()) lines.push_back(quoted("coded", reading.coded));
   if (!reading.twin.empty()) {
     lines.push_back(
-        sentence("Some of its letters only look like others. It can be mistaken for "
-                 "the name below, which is another one.",
+        sentence("Some of its letters only look like others: it can be mistaken for a name such "
+                 "as the one below, and is not that one.",
                  DialogTone::danger));
     lines.push_back(quoted("looks like", reading.twin, DialogTone::danger));
   }

@@ -17,7 +17,7 @@ struct DomainReading {
   bool rightToLeft = false;   // letters that a screen may draw in another order
   std::string letters;        // of a coded name: what it stands for, as UTF-8; not escaped
   std::string coded;          // of a name with letters outside ASCII: its coded form
-  std::string twin;           // the ASCII name that it can be mistaken for
+  std::string twin;           // an ASCII name that it can be mistaken for
 };
 
 // Reads any bytes; never fails. A name too long to be one is not looked into.

@@ -25,9 +25,14 @@ std::vector<std::string> vouchingKeys(const std::vector<ChainMember>& chain) {
   return keys;
 }
 
-IssuerChange compareIssuers(const std::vector<ChainMember>& now,
-                            const std::vector<ChainMember>& then) {
-  const std::vector<std::string> keysNow = vouchingKeys(now);
+// The chain of now; its signatures are verified once for all comparisons.
+struct Present {
+  const std::vector<ChainMember>& chain;
+  std::vector<std::string> keys;
+};
+
+IssuerChange compareIssuers(const Present& now, const std::vector<ChainMember>& then) {
+  const std::vector<std::string>& keysNow = now.keys;
   const std::vector<std::string> keysThen = vouchingKeys(then);
   if (!keysNow.empty() && !keysThen.empty()) {
     if (keysNow.front() == keysThen.front()) return IssuerChange::none;
@@ -35,7 +40,7 @@ IssuerChange compareIssuers(const std::vector<ChainMember>& now,
                                            keysThen.end()) != keysNow.end();
     return shared ? IssuerChange::sameRoots : IssuerChange::other;
   }
-  const bool sameName = X509_NAME_cmp(X509_get_issuer_name(now.front().certificate.get()),
+  const bool sameName = X509_NAME_cmp(X509_get_issuer_name(now.chain.front().certificate.get()),
                                       X509_get_issuer_name(then.front().certificate.get())) == 0;
   return sameName ? IssuerChange::unproven : IssuerChange::other;
 }
@@ -44,20 +49,21 @@ bool isSameCertificate(const ChainMember& a, const ChainMember& b) {
   return a.view.sha256 == b.view.sha256;
 }
 
-ExceptionDifference compare(const DialogInput& input, const std::vector<ChainMember>& now,
+ExceptionDifference compare(unsigned long long warnings, const Present& present,
                             const EarlierException& earlier) {
   ExceptionDifference difference;
   difference.then = readChain(earlier.chain);
+  const std::vector<ChainMember>& now = present.chain;
   const std::vector<ChainMember>& then = difference.then;
   if (!isSameCertificate(now.front(), then.front())) {
     difference.leaf = now.front().publicKey == then.front().publicKey ? LeafChange::renewedKeyKept
                                                                       : LeafChange::keyChanged;
-    difference.issuer = compareIssuers(now, then);
+    difference.issuer = compareIssuers(present, then);
   }
   difference.restChanged =
       !std::equal(now.begin() + 1, now.end(), then.begin() + 1, then.end(), isSameCertificate);
-  difference.newWarnings = input.warnings & ~earlier.warnings;
-  difference.goneWarnings = earlier.warnings & ~input.warnings;
+  difference.newWarnings = warnings & ~earlier.warnings;
+  difference.goneWarnings = earlier.warnings & ~warnings;
   return difference;
 }
 
@@ -72,12 +78,14 @@ auto distanceOf(const ExceptionDifference& difference, const EarlierException& e
 
 std::optional<ExceptionDifference> compareWithNearest(const DialogInput& input,
                                                       const std::vector<ChainMember>& chain) {
+  if (input.earlier.empty()) return {};
+  const Present present{chain, vouchingKeys(chain)};
   std::optional<ExceptionDifference> nearest;
   const EarlierException* nearestException = nullptr;
   for (const EarlierException& earlier : input.earlier) {
     if (earlier.chain.empty()) continue;
     try {
-      ExceptionDifference difference = compare(input, chain, earlier);
+      ExceptionDifference difference = compare(input.warnings, present, earlier);
       if (nearest && distanceOf(*nearest, *nearestException) <= distanceOf(difference, earlier)) {
         continue;
       }

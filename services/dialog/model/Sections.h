@@ -20,6 +20,9 @@ DialogSection makeAskerSection(const Asker& asker);
 // The domain, in both its forms, and what one might overlook in it.
 DialogSection makeDomainSection(const std::optional<std::string>& domain);
 
+// The lines of that section, to be said again where the domain is accepted.
+std::vector<DialogLine> describeDomain(const std::optional<std::string>& domain);
+
 // What has changed since the nearest exception that was stored for the domain; nothing when
 // there is none.
 std::optional<DialogSection> makeHistorySection(const DialogInput& input,

@@ -150,12 +150,25 @@ std::string whyBadSignature(const Scene& scene, std::size_t index) {
   return isWeakKey(at(scene, index)) ? "its key is too weak" : "";
 }
 
+// Comparing every name with every limit must not delay the dialog; nobody needs that many.
+constexpr std::size_t kMaxComparisons = 1U << 14U;
+
+bool isTooMuchToCompare(const CertificateNames& names, const NAME_CONSTRAINTS* limits) {
+  // Either list may be missing, which counts as -1.
+  const int permitted = std::max(sk_GENERAL_SUBTREE_num(limits->permittedSubtrees), 0);
+  const int excluded = std::max(sk_GENERAL_SUBTREE_num(limits->excludedSubtrees), 0);
+  return (names.names.size() + names.otherNames) * static_cast<std::size_t>(permitted + excluded) >
+         kMaxComparisons;
+}
+
 std::string whyOutsideTerritory(const Scene& scene, std::size_t index) {
   if (index > 0 && isSelfIssued(at(scene, index))) return "";  // limits pass these over
   for (std::size_t above = index + 1; above < scene.chain.size(); ++above) {
     const NameConstraintsPtr limits(static_cast<NAME_CONSTRAINTS*>(
         X509_get_ext_d2i(at(scene, above), NID_name_constraints, nullptr, nullptr)));
-    if (limits == nullptr) continue;
+    if (limits == nullptr || isTooMuchToCompare(scene.chain[index].view.names, limits.get())) {
+      continue;
+    }
     int result = NAME_CONSTRAINTS_check(at(scene, index), limits.get());
     if (result == X509_V_OK && index == 0) {
       result = NAME_CONSTRAINTS_check_CN(at(scene, index), limits.get());
