@@ -106,4 +106,47 @@ TEST(CommonNames, ControlCharactersBeyondAsciiComeOutEscaped) {
               ElementsAre("a\\xC2\\x85b"));
 }
 
+// The names with their kinds, as "dns a.example".
+std::vector<std::string> kindsAndTexts(const CertificateNames& names) {
+  constexpr const char* kKinds[] = {"dns ", "address ", "uri ", "email ", "common "};
+  std::vector<std::string> all;
+  for (const CertificateName& name : names.names) {
+    all.push_back(kKinds[static_cast<int>(name.kind)] + name.text);
+  }
+  return all;
+}
+
+TEST(NamesOf, AreTheAlternativeOnesAndThenTheCommonOnes) {
+  const TestCertificate certificate = CertificateMaker("x")
+                                          .uri("https://a.example/")
+                                          .dns("a.example")
+                                          .ip("192.0.2.1")
+                                          .email("a@a.example")
+                                          .make();
+  EXPECT_THAT(kindsAndTexts(namesOf(certificate.get())),
+              ElementsAre("uri https://a.example/", "dns a.example", "address 192.0.2.1",
+                          "email a@a.example", "common x"));
+}
+
+TEST(NamesOf, StandAsTheyAreInTheCertificate) {
+  const TestCertificate certificate = CertificateMaker().dns("a\0\n\xff\\"s).make();
+  EXPECT_THAT(kindsAndTexts(namesOf(certificate.get())), ElementsAre("dns a\0\n\xff\\"s));
+}
+
+TEST(NamesOf, CountsTheOtherKinds) {
+  const TestCertificate certificate =
+      CertificateMaker().extension("subjectAltName", "RID:1.2.3,DNS:a.example").make();
+  EXPECT_EQ(1U, namesOf(certificate.get()).otherNames);
+}
+
+TEST(NamesOf, TellsThatTheyDoNotDecode) {
+  const TestCertificate certificate =
+      CertificateMaker().extension("subjectAltName", "DER:04:01:61").make();
+  EXPECT_TRUE(namesOf(certificate.get()).unreadable);
+}
+
+TEST(NamesOf, IsReadableWhereThereAreNone) {
+  EXPECT_FALSE(namesOf(CertificateMaker("x").make().get()).unreadable);
+}
+
 }  // namespace

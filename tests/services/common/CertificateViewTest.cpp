@@ -77,4 +77,30 @@ TEST(CertificateView, RefusesWhatIsNoCertificate) {
   EXPECT_THROW(viewCertificate({0x30, 0x00}), std::runtime_error);
 }
 
+TEST(CertificateView, ShowsTheKindAndSizeOfTheKey) {
+  EXPECT_EQ("elliptic curve, 256 bits", view(CertificateMaker("a")).key);
+  EXPECT_EQ("RSA, 2048 bits", view(CertificateMaker("a").key(TestKey::makeRsa())).key);
+}
+
+TEST(CertificateView, TellsWhatSignedItself) {
+  EXPECT_TRUE(view(CertificateMaker("a")).selfSigned);
+}
+
+TEST(CertificateView, ItsOwnNameAsIssuerIsNoSignatureOfItsOwn) {
+  EXPECT_FALSE(view(CertificateMaker("a").signedWith(TestKey::makeEc())).selfSigned);
+}
+
+TEST(CertificateView, TellsWhatAnotherSigned) {
+  const TestCertificate issuer = CertificateMaker("b").make();
+  EXPECT_FALSE(view(CertificateMaker("a").issuedBy(issuer)).selfSigned);
+}
+
+TEST(IsSignedBy, AsksTheKeyAndNotTheName) {
+  const TestCertificate issuer = CertificateMaker("b").make();
+  const TestCertificate sameName = CertificateMaker("b").make();
+  const TestCertificate certificate = CertificateMaker("a").issuedBy(issuer).make();
+  EXPECT_TRUE(isSignedBy(certificate.get(), issuer.get()));
+  EXPECT_FALSE(isSignedBy(certificate.get(), sameName.get()));
+}
+
 }  // namespace

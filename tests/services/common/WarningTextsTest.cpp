@@ -27,6 +27,13 @@ TEST(WarningTexts, AreSentencesWithoutLineBreaks) {
   }
 }
 
+TEST(WarningTexts, SpeakOfNoProgramsOptionsSinceSeveralShowThem) {
+  for (const WarningText& text : warningTexts()) {
+    EXPECT_THAT(std::string(text.next), Not(HasSubstr(" --")));
+    EXPECT_THAT(std::string(text.next), Not(HasSubstr("trustctl")));
+  }
+}
+
 TEST(WarningTexts, OfASetComeInBitOrder) {
   EXPECT_THAT(textsOf(0x2108),
               ElementsAre(&warningTexts()[3], &warningTexts()[8], &warningTexts()[13]));

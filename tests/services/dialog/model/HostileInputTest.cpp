@@ -19,7 +19,9 @@ using testing::Not;
 // What every text of a model must keep out, tried in one go.
 constexpr std::string_view kPoison =
     "  a\x1b[2J\x1b]0;t\x07\r\nTRUSTED\t\x7f\0\u009b31m\u202e\u2066\u2069\u200b\u200d\u200f\ufeff"
-    "\u00ad\u0301\u2028\u3164\U000e0041\\x41\xff\xc0\xaf\xed\xa0\x80 xn--bnk-6cd.example  "sv;
+    "\u00ad\u0301\u2028\u3164\U000e0041\\x41 xn--bnk-6cd.example  "sv;
+// And where a text need not be one.
+constexpr std::string_view kBadBytes = "\xff\xc0\xaf\xed\xa0\x80\xe4\xb8"sv;
 
 bool isForbidden(char32_t c) {
   return c < 0x20 || (c >= 0x7f && c <= 0xa0) || c == 0xad || c == 0x61c ||
@@ -64,25 +66,26 @@ std::size_t firstUnfit(std::string_view text) {
   return std::string_view::npos;
 }
 
-// Raw, since the poison is no valid text of any kind.
-CertificateMaker makerOf(const std::string& poison) {
+// Raw, since the types say nothing true of the bytes.
+CertificateMaker hostileMaker() {
+  const std::string bytes = std::string(kPoison).append(kBadBytes);
   return CertificateMaker()
-      .rawCommonName(poison, V_ASN1_UTF8STRING)
-      .rawCommonName(poison, V_ASN1_BIT_STRING)
-      .rawCommonName(poison, V_ASN1_T61STRING);
+      .rawCommonName(kPoison, V_ASN1_UTF8STRING)
+      .rawCommonName(bytes, V_ASN1_BIT_STRING)
+      .rawCommonName(bytes, V_ASN1_T61STRING);
 }
 
 DialogInput hostileInput() {
-  const std::string poison(kPoison);
-  const TestCertificate root = makerOf(poison).asCa().serial(Bytes(3000, 0xab)).make();
-  CertificateMaker maker = makerOf(poison);
+  const std::string poison = std::string(kPoison).append(kBadBytes);
+  const TestCertificate root = hostileMaker().asCa().serial(Bytes(3000, 0xab)).make();
+  CertificateMaker maker = hostileMaker();
   for (int i = 0; i < 30; ++i) maker.dns(poison).uri(poison).email(poison);
   const TestCertificate leaf = maker.issuedBy(root).make();
   DialogInput input = inputOf({leaf, root}, ~0ULL);
   input.domain = poison;
   input.asker = {poison, 1, poison};
   input.now = 0;
-  addEarlier(&input, {makerOf(poison).make()}, 0);
+  addEarlier(&input, {hostileMaker().make()}, 0);
   return input;
 }
 
@@ -115,7 +118,7 @@ TEST(HostileInput, EveryTextIsBounded) {
   input.domain = std::string(1U << 20U, '\x1b');
   input.asker.program = std::string(1U << 20U, 'a');
   for (const DialogLine& line : allLines(buildDialogModel(input))) {
-    EXPECT_LE(line.text.size(), 600U);
+    EXPECT_LE(line.text.size(), 4U * 600U);  // bytes of that many columns
   }
 }
 
