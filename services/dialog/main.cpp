@@ -1,7 +1,9 @@
 // trust-dialogd: the dialog service.
+#include <pthread.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <utility>
@@ -62,13 +64,24 @@ std::unique_ptr<const Face> makeFace(const Options& options) {
   return std::make_unique<TerminalFace>(findFaceProgram(options.faceProgram));
 }
 
+// A request holds its worker until the user has chosen, so there are many. Idle ones cost next
+// to nothing but the room for their stacks, which small machines have not got at the usual size.
+void limitThreadStacks() {
+  constexpr std::size_t kStackBytes = 1024 * 1024;
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setstacksize(&attributes, kStackBytes);
+  pthread_setattr_default_np(&attributes);
+  pthread_attr_destroy(&attributes);
+}
+
 void serve(Options options, pid_t parent) {
   if (options.followParent) followParent(parent);
   // Restoring a terminal from the background must not stop the service.
   (void)std::signal(SIGTTOU, SIG_IGN);
   DialogService service(options.dialog, makeFace(options));
   options.server.service = "dialog";
-  // A request holds its worker until the user has chosen; idle ones cost next to nothing.
+  limitThreadStacks();
   options.server.workers = static_cast<unsigned>(options.server.maxConnections);
   ControlServer server(options.server,
                        [&](const ControlRequest& request) { return service.answer(request); });

@@ -8,6 +8,7 @@
 
 #include <csignal>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -15,11 +16,19 @@ constexpr int kReadyFd = 9;
 
 }  // namespace
 
-ServiceProcess::ServiceProcess(std::vector<std::string> arguments) {
+ServiceProcess::ServiceProcess(std::vector<std::string> arguments)
+    : ServiceProcess(CERTMGRD, std::move(arguments), Session::shared, "") {}
+
+ServiceProcess::ServiceProcess(const std::string& program, std::vector<std::string> arguments,
+                               const std::string& terminal)
+    : ServiceProcess(program, std::move(arguments), Session::own, terminal) {}
+
+ServiceProcess::ServiceProcess(std::string program, std::vector<std::string> arguments,
+                               Session session, const std::string& terminal) {
   int ready[2];
   errors_ = memfd_create("errors", MFD_CLOEXEC);
   if (errors_ == -1 || pipe2(ready, O_CLOEXEC) != 0) throw std::runtime_error("no descriptors");
-  arguments.insert(arguments.begin(), CERTMGRD);
+  arguments.insert(arguments.begin(), program);
   arguments.push_back("--ready-fd=" + std::to_string(kReadyFd));
   std::vector<char*> argv;
   for (std::string& argument : arguments) argv.push_back(argument.data());
@@ -27,16 +36,26 @@ ServiceProcess::ServiceProcess(std::vector<std::string> arguments) {
 
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, ready[1], kReadyFd);
   posix_spawn_file_actions_adddup2(&actions, errors_, STDERR_FILENO);
-  const int failed = posix_spawn(&pid_, CERTMGRD, &actions, nullptr, argv.data(), environ);
+  // After the other, whose descriptor may have this very number.
+  posix_spawn_file_actions_adddup2(&actions, ready[1], kReadyFd);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  if (session == Session::own) posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+  if (!terminal.empty()) {
+    // Whoever leads a session without a terminal gets the one that he opens.
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, terminal.c_str(), O_RDWR, 0);
+  }
+  const int failed =
+      posix_spawn(&pid_, program.c_str(), &actions, &attributes, argv.data(), environ);
+  posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   close(ready[1]);
   // The end of the pipe without a line means that the service has ended.
   char line[16];
   ready_ = failed == 0 && read(ready[0], line, sizeof line) > 0;
   close(ready[0]);
-  if (failed != 0) throw std::runtime_error("cannot start " CERTMGRD);
+  if (failed != 0) throw std::runtime_error("cannot start " + program);
 }
 
 ServiceProcess::~ServiceProcess() {

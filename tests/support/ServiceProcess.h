@@ -6,12 +6,16 @@
 #include <string>
 #include <vector>
 
-// The real trust-certmgrd as a child process. The constructor returns when the
+// A real service as a child process. The constructor returns when the
 // service listens or has ended; the destructor ends it and waits for it.
 class ServiceProcess {
  public:
-  // Arguments follow the program's name; --ready-fd is added.
+  // trust-certmgrd. Arguments follow the program's name; --ready-fd is added.
   explicit ServiceProcess(std::vector<std::string> arguments);
+  // Any service, in a session of its own. Its controlling terminal is the one with that path;
+  // it has none when the path is empty.
+  explicit ServiceProcess(const std::string& program, std::vector<std::string> arguments,
+                          const std::string& terminal = "");
   ~ServiceProcess();
   ServiceProcess(const ServiceProcess&) = delete;
   ServiceProcess& operator=(const ServiceProcess&) = delete;
@@ -26,6 +30,10 @@ class ServiceProcess {
   int wait();
 
  private:
+  enum class Session { shared, own };
+  ServiceProcess(std::string program, std::vector<std::string> arguments, Session session,
+                 const std::string& terminal);
+
   pid_t pid_ = -1;
   bool ready_ = false;
   int errors_ = -1;  // an unnamed file

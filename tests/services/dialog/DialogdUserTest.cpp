@@ -1,0 +1,86 @@
+// The real program, run by root, and another user who asks it.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+
+#include "tests/services/dialog/DialogdFixture.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr uid_t kStranger = 64123;
+
+class DialogdUserTest : public DialogdTest {
+ protected:
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "only root serves others";
+    std::filesystem::permissions(files_.path(), std::filesystem::perms(0777));
+    options_.user = kStranger;
+    options_.terminal = terminal_.path();
+  }
+
+  PseudoTerminal terminal_{geteuid() == 0 ? kStranger : geteuid()};
+  DialogAsker::Options options_;
+};
+
+TEST_F(DialogdUserTest, FileThatHeCannotReadIsAnError) {
+  std::filesystem::permissions(leaf_, std::filesystem::perms(0600));
+  start({"--face=policy:always"});
+  EXPECT_THAT(DialogAsker(request(), options_).answer(),
+              AllOf(StartsWith("err::"), HasSubstr("Permission denied")));
+}
+
+TEST_F(DialogdUserTest, FileThatHeCanReadIsShown) {
+  start({"--face=policy:once"});
+  EXPECT_THAT(DialogAsker(request(), options_).answer(), HasSubstr(kOnce));
+}
+
+TEST_F(DialogdUserTest, FaceRunsAsTheAskingUser) {
+  startWithFace("id -u > $dir/user; id -g >> $dir/user; id -G >> $dir/user; echo once\n");
+  EXPECT_THAT(DialogAsker(request(), options_).answer(), HasSubstr(kOnce));
+  EXPECT_EQ("64123\n64123\n64123\n", contentOf("user"));
+}
+
+TEST_F(DialogdUserTest, FaceOfAnotherUserEndsWhenTheClientGivesUp) {
+  startWithFace("trap 'echo ended > $up; exit' TERM\necho shown > $up\ncat $go & wait\n");
+  DialogAsker asker(request(), options_);
+  EXPECT_EQ("shown", up_.readLine());
+  asker.giveUp();
+  EXPECT_EQ("ended", up_.readLine());
+}
+
+TEST_F(DialogdUserTest, TerminalOfSomebodyElseIsNotDrawnOn) {
+  const PseudoTerminal roots(geteuid());
+  std::filesystem::permissions(roots.path(), std::filesystem::perms(0666));
+  options_.terminal = roots.path();
+  startWithFace("echo once\n");
+  EXPECT_THAT(DialogAsker(request(), options_).answer(), HasSubstr(kDeclined));
+}
+
+TEST_F(DialogdUserTest, TerminalOfTheServiceIsNotForOthers) {
+  const PseudoTerminal roots(geteuid());
+  options_.terminal = "";
+  startWithFace("echo once\n", {}, roots.path());
+  EXPECT_THAT(DialogAsker(request(), options_).answer(), HasSubstr(kDeclined));
+}
+
+TEST_F(DialogdUserTest, DifferentUsersDoNotWaitForEachOther) {
+  startWithFace("echo shown > $up\nread word < $go\necho $word\n");
+  const PseudoTerminal roots(geteuid());
+  DialogAsker::Options root;
+  root.terminal = roots.path();
+  DialogAsker first(request(), options_);
+  DialogAsker second(request(), root);
+  EXPECT_EQ("shown", up_.readLine());
+  EXPECT_EQ("shown", up_.readLine());
+  go_.writeLine("once");
+  go_.writeLine("once");
+  EXPECT_THAT(first.answer(), HasSubstr(kOnce));
+  EXPECT_THAT(second.answer(), HasSubstr(kOnce));
+}
+
+}  // namespace

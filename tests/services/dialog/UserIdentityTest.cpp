@@ -1,0 +1,93 @@
+#include "services/dialog/UserIdentity.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <future>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "services/dialog/UserAccount.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace {
+
+constexpr uid_t kStranger = 64123;
+
+class UserIdentityTest : public testing::Test {
+ protected:
+  UserIdentityTest() : secret_(files_.write("secret", "content")) {
+    std::filesystem::permissions(files_.path(), std::filesystem::perms(0711));
+    std::filesystem::permissions(secret_, std::filesystem::perms(0600));
+  }
+
+  bool canRead() const {
+    FILE* file = fopen(secret_.c_str(), "re");
+    if (file == nullptr) return false;
+    (void)fclose(file);
+    return true;
+  }
+
+  TemporaryDirectory files_;
+  std::string secret_;
+};
+
+TEST_F(UserIdentityTest, OwnUserChangesNothing) {
+  const UserIdentity identity(lookUpUser(geteuid(), getegid()));
+  EXPECT_TRUE(canRead());
+}
+
+TEST_F(UserIdentityTest, OtherUsersRightsCountWhileItLives) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root acts for others";
+  const UserIdentity identity(lookUpUser(kStranger, kStranger));
+  EXPECT_FALSE(canRead());
+}
+
+TEST_F(UserIdentityTest, OwnRightsReturnAtItsEnd) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root acts for others";
+  { const UserIdentity identity(lookUpUser(kStranger, kStranger)); }
+  EXPECT_TRUE(canRead());
+}
+
+TEST_F(UserIdentityTest, OtherThreadsKeepTheirRights) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root acts for others";
+  std::promise<void> changed;
+  std::future<bool> readable = std::async(std::launch::async, [&] {
+    changed.get_future().wait();
+    return canRead();
+  });
+  const UserIdentity identity(lookUpUser(kStranger, kStranger));
+  changed.set_value();
+  EXPECT_TRUE(readable.get());
+}
+
+TEST_F(UserIdentityTest, WhoIsNotRootActsForNobodyElse) {
+  const pid_t child = fork();
+  if (child == 0) {
+    if (geteuid() == 0 && !becomeUser({kStranger, kStranger, {}, "", ""})) _exit(2);
+    try {
+      const UserIdentity identity({geteuid() + 1, getegid(), {}, "somebody", ""});
+    } catch (const std::runtime_error& refused) {
+      const std::string reason = refused.what();
+      _exit(reason == "the dialog service runs for another user and shows somebody nothing" ? 0
+                                                                                            : 3);
+    }
+    _exit(4);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(0, status);
+}
+
+TEST_F(UserIdentityTest, UserWithoutANameIsCalledByHisNumber) {
+  const UserAccount user = lookUpUser(kStranger, 77);
+  EXPECT_EQ("64123", user.name);
+  EXPECT_EQ(std::vector<gid_t>{77}, user.groups);
+}
+
+}  // namespace
