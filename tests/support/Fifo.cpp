@@ -1,4 +1,4 @@
-#include "tests/services/dialog/Fifo.h"
+#include "tests/support/Fifo.h"
 
 #include <fcntl.h>
 #include <poll.h>

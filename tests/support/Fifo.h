@@ -1,5 +1,5 @@
-#ifndef TESTS_SERVICES_DIALOG_FIFO_H
-#define TESTS_SERVICES_DIALOG_FIFO_H
+#ifndef TESTS_SUPPORT_FIFO_H
+#define TESTS_SUPPORT_FIFO_H
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "tests/services/dialog/PseudoTerminal.h"
+#include "tests/support/PseudoTerminal.h"
 
 #include <fcntl.h>
 #include <stdlib.h>
