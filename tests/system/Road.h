@@ -27,6 +27,7 @@ class Road {
   void start(std::vector<std::string> arguments = {}) {
     arguments.insert(arguments.begin(),
                      {"--root=" + world.root() + "/stores", "--no-system-anchors"});
+    service.reset();  // there is one place to listen at
     service = std::make_unique<ServiceProcess>(arguments);
   }
 
