@@ -82,9 +82,9 @@ const std::vector<WarningText>& warningTexts() {
        "A private authority or a self-signed certificate; the server does not send its "
        "intermediate certificates; this machine's root certificates are old; or a certificate has "
        "extensions that cannot be read.",
-       "Have the server send its intermediates, or give them after the leaf. If the authority is "
-       "your own, make its root known to this machine or name it, having got it over a safe road. "
-       "Otherwise do not trust it."},
+       "Have the server's owner install its intermediates. If the authority is your own, have its "
+       "root added to those that this machine trusts, having got it over a safe road. Otherwise "
+       "do not trust it."},
       {CertificateWarnings::INVALID_SIGNATURE,
        "A signature is wrong: a certificate was altered or forged.",
        "A certificate of the chain was not signed by the key of its issuer, or was changed since.",

@@ -1,9 +1,9 @@
 #include <algorithm>
 
-#include "services/common/WarningTexts.h"
 #include "services/dialog/model/DialogLines.h"
 #include "services/dialog/model/DomainMatch.h"
 #include "services/dialog/model/DomainReading.h"
+#include "services/dialog/model/NameReading.h"
 #include "services/dialog/model/Sections.h"
 
 namespace {
@@ -94,11 +94,27 @@ void addNames(const CertificateNames& all, bool ofServer, const std::optional<st
   }
 }
 
+void addWarnings(std::size_t index, unsigned long long warnings,
+                 const std::vector<WarningPlace>& places, std::vector<DialogLine>* lines) {
+  for (const GradedWarning& warning : gravestFirst(warnings)) {
+    const bool here = std::any_of(places.begin(), places.end(), [&](const WarningPlace& place) {
+      return place.certificate == index && place.warning == warning.text->flag;
+    });
+    if (here) lines->push_back(field("warning", warning.text->summary, warning.tone));
+  }
+}
+
+void addName(const char* label, const std::string& escaped, std::vector<DialogLine>* lines) {
+  const std::vector<DialogLine> remarks = describeName(escaped);
+  lines->push_back(quotedEscaped(label, escaped));
+  lines->insert(lines->end(), remarks.begin(), remarks.end());
+}
+
 void addValidity(const CertificateView& view, std::int64_t now, std::vector<DialogLine>* lines) {
   lines->push_back(field("valid from", timeWords(view.notBefore)));
   lines->push_back(field("valid to", timeWords(view.notAfter)));
   const std::string outside = whyNotValid(view, now);
-  if (!outside.empty()) lines->push_back(field("now", outside, DialogTone::danger));
+  if (!outside.empty()) lines->push_back(field("now", outside, DialogTone::doubt));
 }
 
 }  // namespace
@@ -112,13 +128,9 @@ std::vector<DialogSection> makeCertificateSections(const std::vector<ChainMember
   for (std::size_t index = 0; index < chain.size(); ++index) {
     const CertificateView& view = chain[index].view;
     DialogSection section{"certificate", headingOf(chain, index, warnings), DialogTone::plain, {}};
-    for (const WarningPlace& place : places) {
-      if (place.certificate != index) continue;
-      section.lines.push_back(
-          field("warning", textsOf(place.warning).front()->summary, DialogTone::doubt));
-    }
-    section.lines.push_back(quotedEscaped("subject", view.subject));
-    section.lines.push_back(quotedEscaped("issued by", view.issuer));
+    addWarnings(index, warnings, places, &section.lines);
+    addName("subject", view.subject, &section.lines);
+    addName("issued by", view.issuer, &section.lines);
     addNames(view.names, index == 0, domain, &section.lines);
     addValidity(view, now, &section.lines);
     section.lines.push_back(quotedEscaped("serial", view.serial));

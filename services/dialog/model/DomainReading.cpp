@@ -8,11 +8,11 @@
 
 #include <unicode/uchar.h>
 #include <unicode/uidna.h>
-#include <unicode/uspoof.h>
 #include <unicode/utf8.h>
 
 #include "services/common/PrintableText.h"
 #include "services/dialog/model/DialogLines.h"
+#include "services/dialog/model/LookAlikes.h"
 
 namespace {
 
@@ -21,22 +21,13 @@ constexpr std::size_t kLongestName = 253;  // of the domain name system
 struct IdnaClose {
   void operator()(UIDNA* idna) const { uidna_close(idna); }
 };
-struct SpoofClose {
-  void operator()(USpoofChecker* checker) const { uspoof_close(checker); }
-};
 using IdnaPtr = std::unique_ptr<UIDNA, IdnaClose>;
-using SpoofPtr = std::unique_ptr<USpoofChecker, SpoofClose>;
 
 // Errors that make the letters of a coded name worthless; an odd form of the whole does not.
 constexpr std::uint32_t kWorthless = UIDNA_ERROR_PUNYCODE | UIDNA_ERROR_INVALID_ACE_LABEL |
                                      UIDNA_ERROR_LABEL_HAS_DOT | UIDNA_ERROR_DISALLOWED |
                                      UIDNA_ERROR_LEADING_COMBINING_MARK | UIDNA_ERROR_BIDI |
                                      UIDNA_ERROR_CONTEXTJ;
-
-bool isAscii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(),
-                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
 
 char lower(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -91,91 +82,34 @@ std::optional<std::string> convert(Conversion conversion, std::string_view name)
   return std::string(out, static_cast<std::size_t>(length));
 }
 
-// The next character of valid UTF-8; moves `at` behind it.
-UChar32 takeCharacter(std::string_view text, std::int32_t* at) {
-  UChar32 c = 0;
-  // NOLINTNEXTLINE(bugprone-branch-clone): how the macro is made
-  U8_NEXT_OR_FFFD(reinterpret_cast<const std::uint8_t*>(text.data()), *at,
-                  static_cast<std::int32_t>(text.size()), c);
-  return c;
-}
-
 bool hasRightToLeft(std::string_view name) {
-  for (std::int32_t at = 0; at < static_cast<std::int32_t>(name.size());) {
-    const UCharDirection direction = u_charDirection(takeCharacter(name, &at));
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(name.data());
+  const auto length = static_cast<std::int32_t>(name.size());
+  for (std::int32_t at = 0; at < length;) {
+    UChar32 c = 0;
+    U8_NEXT_OR_FFFD(bytes, at, length, c);
+    const UCharDirection direction = u_charDirection(c);
     if (direction == U_RIGHT_TO_LEFT || direction == U_RIGHT_TO_LEFT_ARABIC) return true;
   }
   return false;
 }
 
-// Checks labels for what a reader takes for something else.
-class LookAlikes {
- public:
-  LookAlikes() : checker_(uspoof_open(&status_)) {
-    uspoof_setChecks(
-        checker_.get(),
-        USPOOF_RESTRICTION_LEVEL | USPOOF_MIXED_NUMBERS | USPOOF_INVISIBLE | USPOOF_HIDDEN_OVERLAY,
-        &status_);
-    // One script, or Latin beside the scripts of one East Asian language.
-    uspoof_setRestrictionLevel(checker_.get(), USPOOF_HIGHLY_RESTRICTIVE);
-  }
-
-  // What uspoof reports of the label; nothing when it cannot tell.
-  std::int32_t check(const std::string& label) {
-    const std::int32_t found = uspoof_check2UTF8(
-        checker_.get(), label.data(), static_cast<std::int32_t>(label.size()), nullptr, &status_);
-    return U_FAILURE(status_) ? 0 : found;
-  }
-
-  // The ASCII label that it looks like; empty when it does not look like one. An ASCII
-  // character stands for itself, so that "m" does not come out as its likeness "rn".
-  std::string twinOf(const std::string& label) {
-    std::string twin;
-    for (std::int32_t at = 0; at < static_cast<std::int32_t>(label.size());) {
-      const std::int32_t start = at;
-      takeCharacter(label, &at);
-      const std::string character =
-          label.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(at - start));
-      twin += isAscii(character) ? character : skeletonOf(character);
-    }
-    if (!isAscii(twin) || U_FAILURE(status_)) return {};
-    std::transform(twin.begin(), twin.end(), twin.begin(), lower);
-    return twin;
-  }
-
- private:
-  std::string skeletonOf(const std::string& character) {
-    char skeleton[128];
-    const std::int32_t length = uspoof_getSkeletonUTF8(
-        checker_.get(), 0, character.data(), static_cast<std::int32_t>(character.size()), skeleton,
-        static_cast<std::int32_t>(sizeof skeleton), &status_);
-    if (U_FAILURE(status_)) return {};
-    return {skeleton, static_cast<std::size_t>(length)};
-  }
-
-  UErrorCode status_ = U_ZERO_ERROR;
-  SpoofPtr checker_;
-};
-
 void findLookAlikes(const std::string& name, DomainReading* reading) {
-  LookAlikes lookAlikes;
+  const LookAlikes lookAlikes;
   std::string twin;
   bool twinned = false;
   for (const std::string& label : labelsOf(name)) {
-    std::string shown = label;
+    const std::string likeness = lookAlikes.twinOf(label);
     if (!isAscii(label)) {
-      const std::int32_t found = lookAlikes.check(label);
-      reading->mixedScripts |= (found & (USPOOF_RESTRICTION_LEVEL | USPOOF_MIXED_NUMBERS)) != 0;
-      reading->hiding |= (found & (USPOOF_INVISIBLE | USPOOF_HIDDEN_OVERLAY)) != 0;
-      const std::string likeness = lookAlikes.twinOf(label);
-      if (!likeness.empty()) {
-        shown = likeness;
-        twinned = true;
-      }
+      reading->mixedScripts |= lookAlikes.mixesScripts(label);
+      reading->hiding |= lookAlikes.hides(label);
     }
-    twin += (twin.empty() ? "" : ".") + shown;
+    twinned |= !likeness.empty();
+    twin += (twin.empty() ? "" : ".") + (likeness.empty() ? label : likeness);
   }
-  if (twinned) reading->twin = twin;
+  if (!twinned) return;
+  std::transform(twin.begin(), twin.end(), twin.begin(), lower);
+  reading->twin = twin;
 }
 
 }  // namespace

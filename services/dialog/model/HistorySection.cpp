@@ -80,15 +80,16 @@ void addChange(const ExceptionDifference& difference, std::vector<DialogLine>* l
 }
 
 void addWarnings(const ExceptionDifference& difference, std::vector<DialogLine>* lines) {
-  for (const WarningText* text : gravestFirst(difference.newWarnings)) {
-    lines->push_back(field("new warning", text->summary, DialogTone::danger));
+  const std::vector<GradedWarning> known = gravestFirst(difference.newWarnings);
+  for (const GradedWarning& warning : known) {
+    lines->push_back(field("new warning", warning.text->summary, warning.tone));
   }
-  if (difference.newWarnings != 0 && gravestFirst(difference.newWarnings).empty()) {
+  if (difference.newWarnings != 0 && known.empty()) {
     lines->push_back(
         field("new warning", "A reason that this program does not know.", DialogTone::danger));
   }
-  for (const WarningText* text : gravestFirst(difference.goneWarnings)) {
-    lines->push_back(field("no longer", text->summary));
+  for (const GradedWarning& warning : gravestFirst(difference.goneWarnings)) {
+    lines->push_back(field("no longer", warning.text->summary));
   }
   if (difference.newWarnings == 0) {
     lines->push_back(sentence("There is no warning that you have not accepted before."));

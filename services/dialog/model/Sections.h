@@ -37,8 +37,14 @@ std::optional<DialogSection> makeClockSection(const std::vector<ChainMember>& ch
 std::vector<DialogSection> makeWarningSections(unsigned long long warnings,
                                                const std::vector<WarningPlace>& places);
 
-// The same warnings, the gravest first.
-std::vector<const WarningText*> gravestFirst(unsigned long long warnings);
+// A warning and its weight.
+struct GradedWarning {
+  const WarningText* text;
+  DialogTone tone;
+};
+
+// The known ones of the warnings, the gravest first.
+std::vector<GradedWarning> gravestFirst(unsigned long long warnings);
 
 // One section for each certificate, leaf first.
 std::vector<DialogSection> makeCertificateSections(const std::vector<ChainMember>& chain,

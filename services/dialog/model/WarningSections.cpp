@@ -36,9 +36,10 @@ constexpr unsigned long long knownWarnings() {
   return all;
 }
 
-DialogSection makeWarningSection(const WarningText& text, DialogTone tone,
+DialogSection makeWarningSection(const GradedWarning& warning,
                                  const std::vector<WarningPlace>& places) {
-  DialogSection section{"warning", text.summary, tone, {}};
+  const WarningText& text = *warning.text;
+  DialogSection section{"warning", text.summary, warning.tone, {}};
   section.lines = {field("meaning", text.meaning), field("attack", text.attack),
                    field("innocent cause", text.cause), field("safe next step", text.next)};
   for (const WarningPlace& place : places) {
@@ -62,21 +63,21 @@ DialogSection makeUnknownSection() {
 
 }  // namespace
 
-std::vector<const WarningText*> gravestFirst(unsigned long long warnings) {
-  std::vector<const WarningText*> texts;
+std::vector<GradedWarning> gravestFirst(unsigned long long warnings) {
+  std::vector<GradedWarning> graded;
   for (const Gravity& gravity : kGravities) {
-    for (const WarningText* text : textsOf(warnings & gravity.warning)) texts.push_back(text);
+    for (const WarningText* text : textsOf(warnings & gravity.warning)) {
+      graded.push_back({text, gravity.tone});
+    }
   }
-  return texts;
+  return graded;
 }
 
 std::vector<DialogSection> makeWarningSections(unsigned long long warnings,
                                                const std::vector<WarningPlace>& places) {
   std::vector<DialogSection> sections;
-  for (const Gravity& gravity : kGravities) {
-    for (const WarningText* text : textsOf(warnings & gravity.warning)) {
-      sections.push_back(makeWarningSection(*text, gravity.tone, places));
-    }
+  for (const GradedWarning& warning : gravestFirst(warnings)) {
+    sections.push_back(makeWarningSection(warning, places));
   }
   if (warnings == 0 || (warnings & ~knownWarnings()) != 0) {
     sections.push_back(makeUnknownSection());

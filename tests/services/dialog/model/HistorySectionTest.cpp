@@ -142,6 +142,12 @@ TEST(HistorySection, ANewWarningThatNobodyKnowsIsAnAlarmToo) {
   EXPECT_EQ(DialogTone::danger, historyOf(w.after(w.chain(), kAccepted | 0x8000)).tone);
 }
 
+TEST(HistorySection, AnAcceptedCertificateThatHasExpiredSinceIsNoAlarm) {
+  const World w;
+  EXPECT_EQ(DialogTone::doubt,
+            historyOf(w.after(w.chain(), kAccepted | Warning::CERT_EXPIRY)).tone);
+}
+
 TEST(HistorySection, AWarningThatHasGoneIsTold) {
   const World w;
   DialogInput input = inputOf(w.chain(), kAccepted);

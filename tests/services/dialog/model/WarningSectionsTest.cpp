@@ -17,7 +17,9 @@ constexpr unsigned long long kAll = 0x3fff;
 
 std::vector<std::string> namesOf(unsigned long long warnings) {
   std::vector<std::string> names;
-  for (const WarningText* text : gravestFirst(warnings)) names.emplace_back(warningName(*text));
+  for (const GradedWarning& warning : gravestFirst(warnings)) {
+    names.emplace_back(warningName(*warning.text));
+  }
   return names;
 }
 
