@@ -74,16 +74,6 @@ TEST_F(DialogdTest, FaceInheritsNoDescriptorsButTheStandardOnes) {
   EXPECT_EQ("0\n1\n2\n3\n", contentOf("descriptors"));
 }
 
-TEST_F(DialogdTest, FaceKnowsTheTerminalAndLanguageOfTheAsker) {
-  setenv("TERM", "of-the-service", 1);
-  setenv("LANG", "C", 1);
-  startWithFace("echo $TERM $LANG > $dir/environment\n");
-  setenv("TERM", "of-the-test", 1);
-  askThere(request());
-  // A process that only forked still has the environment the test was started with.
-  EXPECT_THAT(contentOf("environment"), Not(HasSubstr("of-the-service")));
-}
-
 TEST_F(DialogdTest, NothingElseOfTheEnvironmentReachesTheFace) {
   setenv("LD_LIBRARY_PATH_OF_NOBODY", "1", 1);
   startWithFace("env > $dir/environment\n");
@@ -130,7 +120,8 @@ TEST_F(DialogdTest, DialogIsDeclinedAfterTheTimeout) {
 }
 
 TEST_F(DialogdTest, FaceIsAskedToEndAfterTheTimeout) {
-  startWithFace("trap 'echo ended > $up; echo once; exit 0' TERM\ncat $go & wait\n", {"--timeout=1"});
+  startWithFace("trap 'echo ended > $up; echo once; exit 0' TERM\ncat $go & wait\n",
+                {"--timeout=1"});
   EXPECT_THAT(askThere(request()), HasSubstr(kDeclined));
   EXPECT_EQ("ended", up_.readLine());
 }
