@@ -37,6 +37,7 @@ std::vector<CertificateDer> readChain(const std::vector<std::string>& paths,
                                       const UserAccount& user) {
   const UserIdentity identity(user);
   std::vector<CertificateDer> chain;
+  chain.reserve(paths.size());
   for (const std::string& path : paths) chain.push_back(readCertificateBytes(path));
   return chain;
 }

@@ -30,6 +30,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kTimeToEnd{2};
 constexpr std::size_t kMaxAnswerBytes = 16;
 constexpr int kCannotRun = 127;
+constexpr int kUnknownStatus = W_EXITCODE(kCannotRun, 0);
 
 [[noreturn]] void failBecause(int error) {
   throw std::runtime_error("cannot show a dialog: " + std::generic_category().message(error));
@@ -172,10 +173,11 @@ class RunningFace {
     signal(SIGKILL);
     if (watcher_.joinable()) watcher_.join();
     int status = 0;
-    while (waitpid(process_, &status, 0) == -1 && errno == EINTR) {
+    pid_t reaped = 0;
+    while ((reaped = waitpid(process_, &status, 0)) == -1 && errno == EINTR) {
     }
     reaped_ = true;
-    return status;
+    return reaped == process_ ? status : kUnknownStatus;
   }
 
   const std::string& answer() const { return answer_; }

@@ -1,4 +1,5 @@
 // trust-dialogd: the dialog service.
+#include <fcntl.h>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -75,10 +76,19 @@ void limitThreadStacks() {
   pthread_attr_destroy(&attributes);
 }
 
+// What this process may have been started with must not change what it does.
+void setUpProcess() {
+  // Files opened later must not pass for standard input or output.
+  int fd = 0;
+  while (fd >= 0 && fd <= STDERR_FILENO) fd = open("/dev/null", O_RDWR);
+  if (fd > STDERR_FILENO) close(fd);
+  (void)std::signal(SIGCHLD, SIG_DFL);  // else nobody could tell how a face ended
+  (void)std::signal(SIGPIPE, SIG_IGN);  // who reads our messages may go
+  (void)std::signal(SIGTTOU, SIG_IGN);  // a terminal is restored from the background, too
+}
+
 void serve(Options options, pid_t parent) {
   if (options.followParent) followParent(parent);
-  // Restoring a terminal from the background must not stop the service.
-  (void)std::signal(SIGTTOU, SIG_IGN);
   DialogService service(options.dialog, makeFace(options));
   options.server.service = "dialog";
   limitThreadStacks();
@@ -93,6 +103,7 @@ void serve(Options options, pid_t parent) {
 int main(int argc, char** argv) {
   const pid_t parent = getppid();
   holdEndingSignals();
+  setUpProcess();
   Options options;
   CLI::App app("Dialog service: asks the user whether to trust certificates", "trust-dialogd");
   describe(app, options);

@@ -23,7 +23,7 @@ ServiceProcess::ServiceProcess(const std::string& program, std::vector<std::stri
                                const std::string& terminal)
     : ServiceProcess(program, std::move(arguments), Session::own, terminal) {}
 
-ServiceProcess::ServiceProcess(std::string program, std::vector<std::string> arguments,
+ServiceProcess::ServiceProcess(const std::string& program, std::vector<std::string> arguments,
                                Session session, const std::string& terminal) {
   int ready[2];
   errors_ = memfd_create("errors", MFD_CLOEXEC);

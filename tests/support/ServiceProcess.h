@@ -31,7 +31,7 @@ class ServiceProcess {
 
  private:
   enum class Session { shared, own };
-  ServiceProcess(std::string program, std::vector<std::string> arguments, Session session,
+  ServiceProcess(const std::string& program, std::vector<std::string> arguments, Session session,
                  const std::string& terminal);
 
   pid_t pid_ = -1;

@@ -33,7 +33,7 @@ class DialogQueueTest : public testing::Test {
   DialogQueueTest() : queue_([this](uid_t, std::size_t) { note(arrived_); }) {}
 
   // Asks on a thread of its own, and returns when the queue has taken the request in.
-  std::future<DialogChoice> ask(const DialogQuestion& question, std::stop_token stop = {}) {
+  std::future<DialogChoice> ask(const DialogQuestion& question, const std::stop_token& stop = {}) {
     return started([this, question, stop] {
       return queue_.ask(
           question, [&](const std::stop_token& token) { return show(*question.domain, token); },
@@ -42,7 +42,8 @@ class DialogQueueTest : public testing::Test {
   }
 
   // The same for an asker who cannot be shown anything.
-  std::future<DialogChoice> askUnseen(const DialogQuestion& question, std::stop_token stop = {}) {
+  std::future<DialogChoice> askUnseen(const DialogQuestion& question,
+                                      const std::stop_token& stop = {}) {
     return started([this, question, stop] { return queue_.ask(question, {}, stop); });
   }
 

@@ -52,7 +52,7 @@ class DialogdTest : public testing::Test {
 
   // Executable by everybody.
   std::string writeFace(const std::string& script) const {
-    const std::string path =
+    std::string path =
         files_.write("face", "#!/bin/sh\nup='" + up_.path() + "'\ngo='" + go_.path() + "'\ndir='" +
                                  files_.path() + "'\n" + script);
     std::filesystem::permissions(path, std::filesystem::perms(0755));
