@@ -1,6 +1,6 @@
 #include "services/dialog/terminal/Capabilities.h"
 
-#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -24,8 +24,9 @@ const char* capability(const char* name) {
   return wrongKind ? nullptr : value;
 }
 
-std::size_t number(const char* name) {
-  return static_cast<std::size_t>(std::max(tigetnum(name), 0));
+std::size_t number(const char* name, std::size_t otherwise) {
+  const int value = tigetnum(name);
+  return value > 0 ? static_cast<std::size_t>(value) : otherwise;
 }
 
 std::string makeUndo() {
@@ -54,7 +55,8 @@ Capabilities readCapabilities(int fd) {
   if (setupterm(name, fd, &found) != OK) {
     throw std::runtime_error("nothing is known of a terminal of the kind that TERM names");
   }
-  Capabilities known{capability("cup") != nullptr, {number("lines"), number("cols")}, makeUndo()};
+  Capabilities known{
+      capability("cup") != nullptr, {number("lines", 24), number("cols", 80)}, makeUndo()};
   del_curterm(cur_term);
   return known;
 }

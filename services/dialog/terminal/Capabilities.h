@@ -8,7 +8,7 @@
 // What the database of terminals knows of the one that TERM names.
 struct Capabilities {
   bool canMoveCursor = false;
-  TerminalSize usualSize;  // for one that does not tell its own; may be zero
+  TerminalSize usualSize;  // for one that does not tell its own
   std::string undo;        // brings back colours, cursor and the screen from before a dialog
 };
 

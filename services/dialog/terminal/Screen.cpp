@@ -133,7 +133,9 @@ Screen::Screen(const Terminal& terminal, bool colour)
       output_(fdopen(fcntl(fd_, F_DUPFD_CLOEXEC, 0), "w")),
       input_(fdopen(fcntl(fd_, F_DUPFD_CLOEXEC, 0), "r")) {
   if (!output_ || !input_) throw std::runtime_error("no descriptors are left");
-  use_env(FALSE);  // LINES and COLUMNS may be those of another terminal
+  // LINES and COLUMNS may be those of another terminal; not all kinds have a usual size.
+  use_env(FALSE);
+  use_tioctl(TRUE);
   screen_ = newterm(nullptr, output_.get(), input_.get());
   if (screen_ == nullptr) throw std::runtime_error("the terminal cannot be set up");
   set_escdelay(kEscapeMilliseconds);

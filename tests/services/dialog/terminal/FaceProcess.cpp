@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int kPatienceMilliseconds = 60000;  // for a program that hangs
+constexpr int kPatienceMilliseconds = 25000;  // for a program that hangs
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   std::vector<char*> pointers;

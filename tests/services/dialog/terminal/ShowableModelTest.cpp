@@ -3,6 +3,7 @@
 #include <locale.h>
 #include <wchar.h>
 
+#include <cstdint>
 #include <stdexcept>
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <csignal>
 #include <string>
 
@@ -309,6 +310,15 @@ TEST_F(TerminalFaceTest, ALocaleWithoutUtf8ShowsOtherCharactersEscaped) {
 TEST_F(TerminalFaceTest, ATerminalOfUnknownSizeHasTheUsualOne) {
   terminal_.resize(0, 0);
   expectAnswer("o", "once");
+}
+
+TEST_F(TerminalFaceTest, WithoutAnyUsualSizeItIsTwentyFourTimesEighty) {
+  terminal_.resize(0, 0);
+  FaceProcess::Setup setup;
+  setup.term = "linux";
+  FaceProcess face(terminal_, model(), setup);
+  ASSERT_TRUE(face.shows("\x1b[24"));  // the last row
+  EXPECT_TRUE(face.shows(kLastChoice));
 }
 
 TEST_F(TerminalFaceTest, ATerminalThatIsTooSmallIsRefused) {
