@@ -139,10 +139,10 @@ TEST_F(DialogdTest, WhatAFaceLeavesRunningIsKilled) {
 }
 
 TEST_F(DialogdTest, TerminalOfAFaceThatCrashedIsRestored) {
-  const termios before = terminal_.mode();
+  const termios before = terminal_.settings();
   startWithFace("stty raw -echo < \"$2\"; printf '\\033[?1049h' > \"$2\"; kill -SEGV $$\n");
   askThere(request());
-  const termios after = terminal_.mode();
+  const termios after = terminal_.settings();
   EXPECT_EQ(before.c_lflag, after.c_lflag);
   EXPECT_EQ(before.c_iflag, after.c_iflag);
   EXPECT_EQ(before.c_oflag, after.c_oflag);
@@ -151,10 +151,10 @@ TEST_F(DialogdTest, TerminalOfAFaceThatCrashedIsRestored) {
 }
 
 TEST_F(DialogdTest, TerminalOfAFaceThatForgotToRestoreItIsRestored) {
-  const termios before = terminal_.mode();
+  const termios before = terminal_.settings();
   startWithFace("stty -echo < \"$2\"; echo once\n");
   askThere(request());
-  EXPECT_EQ(before.c_lflag, terminal_.mode().c_lflag);
+  EXPECT_EQ(before.c_lflag, terminal_.settings().c_lflag);
 }
 
 TEST_F(DialogdTest, WhatWasTypedIntoACrashedFaceReachesNobodyElse) {
@@ -175,12 +175,12 @@ TEST_F(DialogdTest, NothingIsDrawnAfterAFaceThatEndedInOrder) {
 
 TEST_F(DialogdTest, TerminationTakesTheDialogDownAndDeclines) {
   startWithFace("stty raw < \"$2\"; echo shown > $up; cat $go\n");
-  const termios before = terminal_.mode();
+  const termios before = terminal_.settings();
   DialogAsker asker(request(), onTerminal());
   up_.readLine();
   EXPECT_EQ(0, service_->end(SIGTERM));
   EXPECT_THAT(asker.answer(), HasSubstr(kDeclined));
-  EXPECT_EQ(before.c_lflag, terminal_.mode().c_lflag);
+  EXPECT_EQ(before.c_lflag, terminal_.settings().c_lflag);
   EXPECT_THAT(terminal_.drawn(), HasSubstr(kUsualState));
 }
 

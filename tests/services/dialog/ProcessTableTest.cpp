@@ -13,7 +13,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/services/dialog/PseudoTerminal.h"
+#include "tests/support/PseudoTerminal.h"
 
 namespace {
 

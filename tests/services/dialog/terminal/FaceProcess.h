@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "platform/objects/ControlSocket.h"
-#include "tests/services/dialog/terminal/PseudoTerminal.h"
+#include "tests/support/PseudoTerminal.h"
 
 // The real trust-dialog-terminal as a child in a session of its own, on a terminal that the
 // test plays. The destructor ends it.

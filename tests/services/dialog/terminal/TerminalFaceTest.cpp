@@ -46,7 +46,7 @@ class TerminalFaceTest : public testing::Test {
   }
 
   DialogModel dialog_ = makeSampleDialog();
-  PseudoTerminal terminal_{24, 80};
+  PseudoTerminal terminal_;
   termios before_;
 };
 
