@@ -42,6 +42,17 @@ INSTANTIATE_TEST_SUITE_P(
                     Script{"printf 'once\\r\\n'", kDeclined}, Script{"echo; echo once", kDeclined},
                     Script{"exec yes once", kDeclined}));
 
+TEST_F(DialogdTest, KilledFaceIsNoAnswerWhereChildrenAreNotWaitedFor) {
+  startThroughShell("trap '' CHLD", "echo once; kill -KILL $$\n");
+  EXPECT_THAT(askThere(request()), HasSubstr(kDeclined));
+}
+
+TEST_F(DialogdTest, AnswerIsReadWhereStandardInputAndOutputAreClosed) {
+  startThroughShell("exec <&- >&-", "cat > $dir/model; echo once\n");
+  EXPECT_THAT(askThere(request()), HasSubstr(kOnce));
+  EXPECT_THAT(contentOf("model"), StartsWith("{"));
+}
+
 TEST_F(DialogdTest, FaceIsToldTheTerminalOfTheAsker) {
   startWithFace("echo \"$# $1 $2\" > $dir/arguments\n");
   askThere(request());

@@ -40,6 +40,7 @@ class DialogdTest : public testing::Test {
   }
 
   void start(std::vector<std::string> arguments, const std::string& terminal = "") {
+    arguments.emplace_back("--follow-parent");
     service_ = std::make_unique<ServiceProcess>(DIALOGD, std::move(arguments), terminal);
     ASSERT_TRUE(service_->isReady()) << service_->errors();
   }
@@ -48,6 +49,14 @@ class DialogdTest : public testing::Test {
                      const std::string& terminal = "") {
     further.push_back("--face-program=" + writeFace(script));
     start(further, terminal);
+  }
+
+  // The same, after a shell has run a command that changes what the service inherits.
+  void startThroughShell(const std::string& command, const std::string& script) {
+    service_ = std::make_unique<ServiceProcess>(
+        "/bin/sh", std::vector<std::string>{"-c", command + R"(; exec "$0" "$@")", DIALOGD,
+                                            "--face-program=" + writeFace(script)});
+    ASSERT_TRUE(service_->isReady()) << service_->errors();
   }
 
   // Executable by everybody.
