@@ -1,4 +1,9 @@
 // The real program and its faces: what becomes of a terminal, and what counts as an answer.
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstring>
 #include <string>
 
@@ -144,9 +149,14 @@ TEST_F(DialogdTest, FaceThatDoesNotEndIsKilled) {
 }
 
 TEST_F(DialogdTest, WhatAFaceLeavesRunningIsKilled) {
-  // The pipe ends when the last process that has it open has ended.
-  startWithFace("(trap '' TERM HUP; exec sleep 1000) < $go & echo once\n");
+  const std::string path = files_.path("alive");
+  ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+  const int alive = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  startWithFace("exec 5> $dir/alive; (trap '' TERM HUP; exec sleep 1000) & echo once\n");
   EXPECT_THAT(askThere(request()), HasSubstr(kOnce));
+  pollfd event = {alive, POLLIN, 0};
+  EXPECT_EQ(1, poll(&event, 1, 60000));  // hangs up when the last who had it open has ended
+  close(alive);
 }
 
 TEST_F(DialogdTest, TerminalOfAFaceThatCrashedIsRestored) {

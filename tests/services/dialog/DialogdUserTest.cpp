@@ -69,7 +69,9 @@ TEST_F(DialogdUserTest, TerminalOfTheServiceIsNotForOthers) {
 }
 
 TEST_F(DialogdUserTest, DifferentUsersDoNotWaitForEachOther) {
-  startWithFace("echo shown > $up\nread word < $go\necho $word\n");
+  startWithFace("echo shown > $up\nread word < $dir/$(id -u)\necho $word\n");
+  Fifo toStranger(files_.path(std::to_string(kStranger)));
+  Fifo toRoot(files_.path("0"));
   const PseudoTerminal roots(geteuid());
   DialogAsker::Options root;
   root.terminal = roots.path();
@@ -77,10 +79,10 @@ TEST_F(DialogdUserTest, DifferentUsersDoNotWaitForEachOther) {
   DialogAsker second(request(), root);
   EXPECT_EQ("shown", up_.readLine());
   EXPECT_EQ("shown", up_.readLine());
-  go_.writeLine("once");
-  go_.writeLine("once");
+  toStranger.writeLine("once");
+  toRoot.writeLine("always");
   EXPECT_THAT(first.answer(), HasSubstr(kOnce));
-  EXPECT_THAT(second.answer(), HasSubstr(kOnce));
+  EXPECT_THAT(second.answer(), HasSubstr(kAlways));
 }
 
 }  // namespace

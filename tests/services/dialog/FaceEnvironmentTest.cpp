@@ -1,5 +1,6 @@
 #include "services/dialog/FaceEnvironment.h"
 
+#include <fcntl.h>
 #include <spawn.h>
 #include <stdlib.h>
 #include <sys/wait.h>
@@ -25,13 +26,28 @@ class Process {
     std::vector<char*> variables;
     for (std::string& variable : environment) variables.push_back(variable.data());
     variables.push_back(nullptr);
-    char program[] = "sleep";
-    char time[] = "1000";
-    char* const arguments[] = {program, time, nullptr};
-    // Returns when the program runs, so with the new environment in place.
-    if (posix_spawnp(&id_, program, nullptr, nullptr, arguments, variables.data()) != 0) {
-      throw std::runtime_error("cannot start a process");
+    char program[] = "cat";
+    char* const arguments[] = {program, nullptr};
+    int input[2];
+    int output[2];
+    if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0) {
+      throw std::runtime_error("no pipes");
     }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
+    const int failed = posix_spawnp(&id_, program, &actions, nullptr, arguments, variables.data());
+    posix_spawn_file_actions_destroy(&actions);
+    close(input[0]);
+    close(output[1]);
+    // Its environment is in place for certain once it does something.
+    char byte = 'x';
+    const bool runs =
+        failed == 0 && write(input[1], &byte, 1) == 1 && read(output[0], &byte, 1) == 1;
+    close(output[0]);
+    input_ = input[1];
+    if (!runs) throw std::runtime_error("cannot start a process");
   }
   ~Process() { end(); }
   Process(const Process&) = delete;
@@ -42,11 +58,13 @@ class Process {
     if (id_ == -1) return;
     kill(id_, SIGKILL);
     waitpid(id_, nullptr, 0);
+    close(input_);
     id_ = -1;
   }
 
  private:
   pid_t id_ = -1;
+  int input_ = -1;  // it lives until that ends
 };
 
 class FaceEnvironmentTest : public testing::Test {
