@@ -2,59 +2,30 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <iterator>
 
 #include <fmt/format.h>
+#include <unicode/uchar.h>
 
 namespace {
 
-struct Range {
-  char32_t first;
-  char32_t last;
-};
+// What would reorder, hide, stack or pass for something else on a screen: controls, formats,
+// combining marks, spaces that are not the plain one, private and unassigned characters.
+bool isUnfit(char32_t character) {
+  constexpr std::uint32_t kUnfit = U_GC_CC_MASK | U_GC_CF_MASK | U_GC_CS_MASK | U_GC_CO_MASK |
+                                   U_GC_CN_MASK | U_GC_ZS_MASK | U_GC_ZL_MASK | U_GC_ZP_MASK |
+                                   U_GC_MN_MASK | U_GC_ME_MASK;
+  const auto code = static_cast<UChar32>(character);
+  if (code == ' ') return false;
+  return (U_GET_GC_MASK(code) & kUnfit) != 0 ||
+         u_hasBinaryProperty(code, UCHAR_DEFAULT_IGNORABLE_CODE_POINT) != 0 ||
+         code == 0x2800 ||                    // blank braille
+         (code >= 0xFFF0 && code <= 0xFFFF);  // specials: the replacement character hides, too
+}
 
-// Sorted. What would reorder, hide, stack or pass for something else on a screen.
-constexpr Range unfit[] = {
-    {0x0080, 0x00A0},    // C1 controls, no-break space
-    {0x00AD, 0x00AD},    // soft hyphen
-    {0x0300, 0x036F},    // combining marks draw over their neighbours
-    {0x061C, 0x061C},    // Arabic letter mark
-    {0x115F, 0x1160},    // Hangul fillers
-    {0x1680, 0x1680},    // Ogham space
-    {0x17B4, 0x17B5},    // invisible Khmer vowels
-    {0x180B, 0x180F},    // Mongolian selectors and vowel separator
-    {0x1AB0, 0x1AFF},    // combining marks
-    {0x1DC0, 0x1DFF},    // combining marks
-    {0x2000, 0x200F},    // spaces, zero-width, direction marks
-    {0x2028, 0x202F},    // separators, bidirectional overrides, narrow space
-    {0x205F, 0x206F},    // space, invisible operators, isolates, deprecated formats
-    {0x20D0, 0x20FF},    // combining marks for symbols
-    {0x2800, 0x2800},    // blank braille
-    {0x3000, 0x3000},    // ideographic space
-    {0x3164, 0x3164},    // Hangul filler
-    {0xE000, 0xF8FF},    // private use
-    {0xFDD0, 0xFDEF},    // no characters
-    {0xFE00, 0xFE0F},    // variation selectors
-    {0xFE20, 0xFE2F},    // combining half marks
-    {0xFEFF, 0xFEFF},    // zero-width no-break space
-    {0xFFA0, 0xFFA0},    // halfwidth Hangul filler
-    {0xFFF0, 0xFFFF},    // specials; the replacement character too, it hides what was there
-    {0x1BCA0, 0x1BCA3},  // shorthand format controls
-    {0x1D165, 0x1D182},  // combining and invisible musical signs
-    {0xE0000, 0x10FFFF}  // tags, selectors, private use
-};
-
-// Sorted. Two columns on a terminal.
-constexpr Range wide[] = {{0x1100, 0x115E}, {0x2E80, 0xA4CF},   {0xAC00, 0xD7A3},
-                          {0xF900, 0xFAFF}, {0xFE30, 0xFE6F},   {0xFF01, 0xFF60},
-                          {0xFFE0, 0xFFE6}, {0x1F000, 0x1FAFF}, {0x20000, 0x3FFFD}};
-
-template <std::size_t count>
-bool contains(const Range (&ranges)[count], char32_t c) {
-  const auto* found =
-      std::lower_bound(std::begin(ranges), std::end(ranges), c,
-                       [](const Range& range, char32_t value) { return range.last < value; });
-  return found != std::end(ranges) && found->first <= c;
+// Two columns on a terminal.
+bool isWide(char32_t character) {
+  const int width = u_getIntPropertyValue(static_cast<UChar32>(character), UCHAR_EAST_ASIAN_WIDTH);
+  return width == U_EA_WIDE || width == U_EA_FULLWIDTH;
 }
 
 std::uint8_t byteAt(std::string_view text, std::size_t index) {
@@ -114,7 +85,7 @@ std::size_t unitColumns(std::string_view unit) {
   if (unit.front() == '\\') {
     return unit.size();
   }
-  return contains(wide, decodeFront(unit).code) ? 2 : 1;
+  return isWide(decodeFront(unit).code) ? 2 : 1;
 }
 
 // The longest front part of whole units within that many columns.
@@ -148,7 +119,7 @@ std::string escapeText(std::string_view bytes, std::string_view special) {
       ++at;
       continue;
     }
-    if (contains(unfit, character.code)) {
+    if (isUnfit(character.code)) {
       out += fmt::format("\\u{{{:x}}}", static_cast<std::uint32_t>(character.code));
     } else if (byte == '\\') {
       out += "\\\\";

@@ -21,7 +21,8 @@ std::string escapeText(std::string_view bytes, std::string_view special = {});
 // Breaks an escaped text into at most `maxLines` lines of at most `columns` columns each,
 // never inside an escape. What does not fit is cut, and the last line then ends in a mark
 // that tells how much, \[123 more bytes], which no escaped text can contain.
-// `columns` must be at least 40 and `maxLines` at least 1. Returns at least one line.
+// `columns` must be at least 40, or at least 12 where `maxLines` lets nothing be cut; `maxLines`
+// at least 1. Returns at least one line.
 std::vector<std::string> fitLines(std::string_view escaped, std::size_t columns,
                                   std::size_t maxLines);
 

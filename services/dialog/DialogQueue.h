@@ -23,7 +23,6 @@ struct DialogQuestion {
   uid_t user = 0;
   std::optional<std::string> domain;
   unsigned long long warnings = 0;
-  std::optional<std::string> groupId;
   std::vector<CertificateDer> chain;
 
   bool operator==(const DialogQuestion&) const = default;

@@ -1,15 +1,12 @@
 #include "services/dialog/DialogService.h"
 
-#include <stdlib.h>
-
 #include <cstdio>
-#include <filesystem>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "services/common/CertificateFiles.h"
+#include "services/common/DecisionStore.h"
 #include "services/common/PrintableText.h"
 #include "services/common/TimeText.h"
 #include "services/dialog/DialogAnswer.h"
@@ -21,10 +18,6 @@
 #include "services/dialog/model/EarlierExceptions.h"
 
 namespace {
-
-// What clients take for home where there is none.
-constexpr const char* kNoHome = "/var/temp";
-constexpr const char* kStoreInHome = "/vallorin/certexcept";
 
 Audience audienceOf(const ControlRequest& request) {
   if (request.pid <= 0 || request.uid == static_cast<uid_t>(-1)) {
@@ -40,14 +33,6 @@ std::vector<CertificateDer> readChain(const std::vector<std::string>& paths,
   chain.reserve(paths.size());
   for (const std::string& path : paths) chain.push_back(readCertificateBytes(path));
   return chain;
-}
-
-// As clients of this environment find it.
-std::string ownHome() {
-  const char* home = getenv("HOME");
-  std::error_code error;
-  const std::filesystem::path resolved = std::filesystem::canonical(home ? home : "", error);
-  return error ? kNoHome : resolved.string();
 }
 
 std::string nameOf(const Asker& asker) {
@@ -71,7 +56,7 @@ DialogService::DialogService(DialogSettings settings, std::unique_ptr<const Face
 std::string DialogService::answer(const ControlRequest& request) {
   const DialogRequest asked = DialogRequest::parse(request.text);
   const Audience audience = audienceOf(request);
-  const DialogQuestion question = {audience.user.uid, asked.domain, asked.warnings, asked.groupId,
+  const DialogQuestion question = {audience.user.uid, asked.domain, asked.warnings,
                                    readChain(asked.paths, audience.user)};
   DialogQueue::Show show;
   if (face_->canReach(audience)) {
@@ -106,8 +91,7 @@ DialogModel DialogService::describe(const DialogQuestion& question,
 
 std::string DialogService::storeOf(const UserAccount& user) const {
   if (settings_.store) return *settings_.store;
-  if (isOwnUser(user)) return ownHome() + kStoreInHome;
-  return (user.home.empty() ? kNoHome : user.home) + kStoreInHome;
+  return isOwnUser(user) ? ownDecisionStore() : decisionStoreIn(user.home);
 }
 
 void DialogService::say(const std::string& text) const {

@@ -201,7 +201,7 @@ TEST_F(DecisionRoad, MissingDialogServiceIsAnError) {
 }
 
 TEST_F(DecisionRoad, DialogServiceThatDiesUnderTheQuestionIsAnError) {
-  startDialog("kill -9 $PPID; sleep 1000");
+  startDialog("kill -9 $PPID; exec sleep 1000");
   EXPECT_THROWS(verify(bad), TrustManagerException,
                 "CertificateManager: unsupported showtrustdialog PPS response");
 }

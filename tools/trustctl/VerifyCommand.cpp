@@ -15,10 +15,10 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "services/common/DecisionStore.h"
 #include "services/common/PrintableText.h"
 #include "services/common/TimeText.h"
 #include "tools/trustctl/Command.h"
-#include "tools/trustctl/DecisionStore.h"
 #include "tools/trustctl/FileDescriptor.h"
 #include "tools/trustctl/PrivateServices.h"
 #include "tools/trustctl/ServiceSettings.h"
@@ -158,7 +158,7 @@ bool asksUser(const VerifyOptions& options) {
 // Without a question a store that is not there yet holds no decision, and need not be made.
 std::string storeToUse(const VerifyOptions& options) {
   const std::string store = options.store.empty()
-                                ? userDecisionStore()
+                                ? ownDecisionStore()
                                 : std::filesystem::absolute(options.store).string();
   std::error_code ignored;
   return asksUser(options) || std::filesystem::is_directory(store, ignored) ? store : "";

@@ -47,7 +47,7 @@ DialogConfirmation makeConfirmation(const DialogInput& input,
     lines.push_back(field("in spite of", warning.heading, DialogTone::doubt));
   }
   lines.push_back(
-      sentence("A certificate that has changed, or one more warning, is asked about again."));
+      sentence("A changed certificate, or one warning more or less, is asked about again."));
   confirmation.acceptLabel = "Yes, always trust exactly this";
   confirmation.backLabel = "Go back";
   return confirmation;

@@ -126,4 +126,21 @@ TEST(PrintableText, EscapesAndCutsToOneLine) {
   EXPECT_EQ(std::string(23, 'a') + "\\[77 more bytes]", printableText(std::string(100, 'a'), 40));
 }
 
+TEST(EscapeText, MarksThatStackOnTheirNeighboursAreEscapedInEveryScript) {
+  EXPECT_EQ("\u05d0\\u{5b7}", escapeText("\u05d0\u05b7"));
+  EXPECT_EQ("\u0915\\u{941}", escapeText("\u0915\u0941"));
+}
+
+TEST(EscapeText, CharactersThatNobodyHasAssignedAreEscaped) {
+  EXPECT_EQ("\\u{378}", escapeText("\u0378"));
+}
+
+TEST(FitLines, CountsWideSymbolsOutsideTheIdeographsAsTwo) {
+  std::string text;
+  for (int i = 0; i < 21; ++i) {
+    text += "\u231a";
+  }
+  EXPECT_EQ(2U, fitLines(text, 40, 2).size());
+}
+
 }  // namespace

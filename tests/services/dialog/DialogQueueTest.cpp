@@ -197,7 +197,6 @@ INSTANTIATE_TEST_SUITE_P(
     Any, DialogQueueDifference,
     testing::Values(changed([](auto& question) { question.domain = "A"; }),
                     changed([](auto& question) { question.warnings = 1; }),
-                    changed([](auto& question) { question.groupId = ""; }),
                     changed([](auto& question) { question.chain[0].back() = 4; }),
                     changed([](auto& question) { question.chain.push_back({1}); })));
 
