@@ -12,6 +12,7 @@
 #include "tests/support/ServiceWorld.h"
 #include "tests/support/Throws.h"
 #include "tests/trustlib/Chains.h"
+#include "trustlib/CertificateExceptionStoreFactory.h"
 #include "trustlib/CertificateTrustInfoImpl.h"
 #include "trustlib/CertificateWarnings.h"
 #include "trustlib/TrustManagerFactory.h"
@@ -116,6 +117,9 @@ class Manager : public DefaultTrustManager {
 
 class TrustManagers : public testing::Test {
  protected:
+  // Stores live until then, and a leak checker looks at the end of the process.
+  ~TrustManagers() override { CertificateExceptionStoreFactory::clean(); }
+
   bool verify() { return manager.verify(&domain, chain.list()); }
 
   ServiceWorld world;
