@@ -66,7 +66,7 @@ void DefaultTrustDialog::setDialogMinimumDisplayTimeout(int seconds)
 
 void DefaultTrustDialog::setGroupId(std::string* groupId) TRUSTLIB_THROWS(TrustManagerException) {
   delete this->groupId;
-  this->groupId = groupId != nullptr ? new std::string(groupId->c_str()) : nullptr;
+  this->groupId = groupId != nullptr ? new std::string(*groupId, 0, groupId->find('\0')) : nullptr;
 }
 
 bool DefaultTrustDialog::display() TRUSTLIB_THROWS(TrustManagerException) {

@@ -14,7 +14,6 @@ namespace fs = std::filesystem;
 namespace {
 
 using testing::HasSubstr;
-using testing::Not;
 
 class DialogChoices : public AuthorityTest {
  protected:

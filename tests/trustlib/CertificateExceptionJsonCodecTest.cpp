@@ -20,7 +20,7 @@ std::string encoded(const CertificateException& exception) {
   unsigned char* buffer = nullptr;
   unsigned int length = 0;
   codec.encode(&exception, &buffer, &length);
-  const std::string text(reinterpret_cast<char*>(buffer), length);
+  std::string text(reinterpret_cast<char*>(buffer), length);
   free(buffer);
   return text;
 }

@@ -40,7 +40,7 @@ int linkError = 0;
 
 void callSystem() {
   if (callsToLive >= 0 && callsToLive-- == 0) {
-    raise(SIGKILL);
+    kill(getpid(), SIGKILL);
   }
 }
 
@@ -198,7 +198,7 @@ TEST_F(StoredDecision, ThatCannotBeMadeDurableIsReportedAndLeavesNothing) {
 
 TEST_F(StoredDecision, ThatPassesTheFileSizeLimitIsReportedAndLeavesNothing) {
   const int status = statusOf([&] {
-    signal(SIGXFSZ, SIG_IGN);
+    (void)signal(SIGXFSZ, SIG_IGN);
     const rlimit limit = {20, 20};
     setrlimit(RLIMIT_FSIZE, &limit);
     try {
@@ -213,7 +213,7 @@ TEST_F(StoredDecision, ThatPassesTheFileSizeLimitIsReportedAndLeavesNothing) {
 
 TEST_F(StoredDecision, IsNotThereWhenTheFileSizeLimitKillsItsWriter) {
   const int status = statusOf([&] {
-    signal(SIGXFSZ, SIG_DFL);
+    (void)signal(SIGXFSZ, SIG_DFL);
     const rlimit limit = {20, 20};
     setrlimit(RLIMIT_FSIZE, &limit);
     store.addException(wanted.get());
