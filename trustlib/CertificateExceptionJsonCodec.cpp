@@ -1,5 +1,6 @@
 #include "trustlib/CertificateExceptionJsonCodec.h"
 
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 
@@ -95,6 +96,11 @@ void CertificateExceptionJsonCodec::decode(const unsigned char* buffer, unsigned
     TRUSTLIB_THROWS(TrustManagerException, TrustManagerException*) {
   if (buffer == nullptr || length == 0) {
     throw TrustManagerException("CertificateExceptionJsonCodec: cannot decode empty buffer");
+  }
+  if (length > INT_MAX) {
+    // The decoder counts in an int, and reports what it cannot count by throwing a pointer: a
+    // store, which may let out exceptions by value alone, would end the process.
+    throw TrustManagerException("CertificateExceptionJsonCodec: cannot decode %u bytes", length);
   }
   ObjectLifecycleManager guard;
   PpsDecoder decoder;

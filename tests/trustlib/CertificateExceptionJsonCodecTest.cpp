@@ -129,6 +129,16 @@ TEST(ExceptionCodec, RefusesToDecodeANullBuffer) {
   EXPECT_EQ(nullptr, exception);
 }
 
+// Not one of the bytes may be looked at: there are no more than seven.
+TEST(ExceptionCodec, RefusesToDecodeMoreThanTheDecoderCanCount) {
+  CertificateExceptionJsonCodec codec;
+  const unsigned char bytes[] = "{\"a\":1}";
+  CertificateException* exception = nullptr;
+  EXPECT_THROWS(codec.decode(bytes, 0x80000000U, &exception), TrustManagerException,
+                "CertificateExceptionJsonCodec: cannot decode 2147483648 bytes");
+  EXPECT_EQ(nullptr, exception);
+}
+
 TEST(ExceptionCodec, RefusesAHigherVersion) {
   EXPECT_THROWS(decoded(R"({"version":2,"warnings":"4","chain":[{"der":"bGVhZg=="}]})"),
                 TrustManagerException, "Unsupported version 2");
