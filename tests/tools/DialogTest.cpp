@@ -141,6 +141,19 @@ TEST_F(DialogChoices, StoreThatCannotBeMadeGivesNoVerdict) {
   EXPECT_TRUE(isComplaint(result.err, "cannot open the store of decisions"));
 }
 
+// Where nobody needs to be asked, nothing needs to be remembered.
+TEST_F(DialogChoices, StoreThatCannotBeMadeDoesNotMatterForATrustedChain) {
+  const std::string store = directory_.write("file", "") + "/store";
+  EXPECT_EQ(0,
+            run(verifyWithRoot({"--dialog", "policy:once", "--store", store, chainFile_})).status);
+}
+
+TEST_F(DialogChoices, StoreIsNotMadeForATrustedChain) {
+  EXPECT_EQ(0,
+            run(verifyWithRoot({"--dialog", "policy:once", "--store", store_, chainFile_})).status);
+  EXPECT_FALSE(fs::exists(store_));
+}
+
 TEST_F(DialogChoices, MissingDialogServiceIsNamed) {
   environment_["TRUST_DIALOGD"] = directory_.path("nothing");
   const ProgramRun result = verify({"--dialog", "policy:once"});

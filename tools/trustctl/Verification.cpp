@@ -1,8 +1,10 @@
 #include "tools/trustctl/Verification.h"
 
+#include <filesystem>
 #include <list>
 #include <memory>
 #include <stdexcept>
+#include <system_error>
 
 #include <fmt/format.h>
 
@@ -71,22 +73,27 @@ std::string describeFailure(const std::string& reason, const char* advice) {
 }
 
 std::unique_ptr<CertificateExceptionStore> openStore(const std::string& directory) {
-  if (directory.empty()) {
-    return nullptr;
-  }
   try {
     return std::make_unique<FileCertificateExceptionStore>(&directory);
   } catch (const TrustManagerException& error) {
     throw CommandError(
         ExitStatus::undecided,
-        fmt::format("cannot open the store of decisions '{}': {}; name another with --store",
+        fmt::format("cannot open the store of decisions '{}': {}; name another with --store, or "
+                    "leave the question out with --no-dialog",
                     printableText(directory), printableText(error.what(), 300)));
   }
 }
 
+// A store that is not there holds no decision, and need not be made to find that out.
+std::unique_ptr<CertificateExceptionStore> openStoreIfThere(const std::string& directory) {
+  std::error_code ignored;
+  return std::filesystem::is_directory(directory, ignored) ? openStore(directory) : nullptr;
+}
+
 }  // namespace
 
-Verification::Verification(const Question& question) : store_(openStore(question.store)) {
+Verification::Verification(const Question& question)
+    : storeDirectory_(question.store), store_(openStoreIfThere(question.store)) {
   Interruption::check();
   const char* advice = question.isPrivate ? "" : ", or try --private";
   try {
@@ -110,6 +117,9 @@ Verification::~Verification() = default;
 
 void Verification::ask() {
   Interruption::check();
+  if (store_ == nullptr) {
+    store_ = openStore(storeDirectory_);
+  }
   try {
     const bool accepted = DefaultTrustDialog(info_.get(), store_.get()).display();
     Interruption::check();
@@ -131,5 +141,5 @@ void Verification::ask() {
 bool Verification::isStored() const {
   const CertificateExceptionImpl record(info_->getWarnings(), info_->getDomainName(),
                                         info_->getCertificateChain());
-  return store_ != nullptr && store_->exceptionExists(&record);
+  return store_->exceptionExists(&record);
 }

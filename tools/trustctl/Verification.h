@@ -20,7 +20,7 @@ struct Question {
   std::string className;
   int timeoutSeconds = 30;  // how long to wait for the service
   bool isPrivate = false;   // the services are this run's own
-  std::string store;        // directory of the user's decisions; empty for none
+  std::string store;        // directory of the user's decisions; made when one is asked for
 };
 
 // What the user said to a question.
@@ -53,14 +53,16 @@ class Verification {
   // True when the user may be asked to trust the chain all the same.
   bool mayAsk() const { return !verdict_.trusted && !verdict_.revoked; }
 
-  // Asks, by the dialog service, and remembers "always" in the store. Throws as above when
-  // there can be no question, and when the decision cannot be stored.
+  // Asks, by the dialog service, and remembers "always" in the store, which is made where
+  // missing. Throws as above when there can be no question, and when the decision cannot be
+  // stored.
   void ask();
 
  private:
   bool isStored() const;
 
-  std::unique_ptr<CertificateExceptionStore> store_;
+  std::string storeDirectory_;
+  std::unique_ptr<CertificateExceptionStore> store_;  // none as long as it is not there
   std::unique_ptr<CertificateTrustInfo> info_;
   Verdict verdict_;
 };

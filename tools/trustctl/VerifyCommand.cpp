@@ -9,7 +9,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include <fmt/format.h>
@@ -155,13 +154,9 @@ bool asksUser(const VerifyOptions& options) {
   return !options.noDialog && (options.dialog || (!options.json && !options.at && hasTerminal()));
 }
 
-// Without a question a store that is not there yet holds no decision, and need not be made.
 std::string storeToUse(const VerifyOptions& options) {
-  const std::string store = options.store.empty()
-                                ? ownDecisionStore()
-                                : std::filesystem::absolute(options.store).string();
-  std::error_code ignored;
-  return asksUser(options) || std::filesystem::is_directory(store, ignored) ? store : "";
+  return options.store.empty() ? ownDecisionStore()
+                               : std::filesystem::absolute(options.store).string();
 }
 
 void ask(const VerifyOptions& options, const std::string& store, PrivateServices* services,
