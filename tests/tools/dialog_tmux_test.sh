@@ -75,6 +75,11 @@ tm send-keys 'echo still here' Enter
 await 'still here'
 cmp "$scratch/tmp/before" "$scratch/tmp/after" || fail 'the terminal has changed'
 rm "$scratch/tmp/before" "$scratch/tmp/after"
+echo 'a job in the background is not asked'
+tm send-keys 'clear; verify --store "$HOME/other" & wait' Enter
+await 'status 1'
+grep -qF 'NOT TRUSTED  host.test' "$scratch/screen" || fail 'no verdict in the background'
+! grep -qF 'declined' "$scratch/screen" || fail 'the background was asked'
 tm send-keys 'exit' Enter
 [ -z "$(ls "$scratch/tmp")" ] || fail "left in TMPDIR: $(ls "$scratch/tmp")"
 echo 'passed'

@@ -144,14 +144,16 @@ bool needsPrivateJudgement(const VerifyOptions& options) {
   return !running;
 }
 
-bool hasTerminal() {
+// A job in the background has a terminal, too, but the shell or another program is using it.
+bool isAtTerminal() {
   const FileDescriptor terminal(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
-  return terminal.get() != -1 && isatty(STDOUT_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
+  return terminal.get() != -1 && tcgetpgrp(terminal.get()) == getpgrp() &&
+         isatty(STDOUT_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
 }
 
 // A person at a terminal is asked; scripts, and what is judged as of another day, are not.
 bool asksUser(const VerifyOptions& options) {
-  return !options.noDialog && (options.dialog || (!options.json && !options.at && hasTerminal()));
+  return !options.noDialog && (options.dialog || (!options.json && !options.at && isAtTerminal()));
 }
 
 std::string storeToUse(const VerifyOptions& options) {
