@@ -108,6 +108,14 @@ TEST(TextReport, TellsAStoredDecisionFromACleanChain) {
   EXPECT_THAT(writeTextReport(verdict, forDomain("a.example")), HasSubstr("A stored decision"));
 }
 
+TEST(TextReport, DoesNotClaimThatWhoeverDeclinedWasTheUser) {
+  Verdict verdict = untrusted(CertificateWarnings::NO_TRUSTED);
+  verdict.decision = Decision::declined;
+  const std::string report = writeTextReport(verdict, forDomain("a.example"));
+  EXPECT_THAT(report, HasSubstr("was declined, or reached nobody.\n"));
+  EXPECT_THAT(report, Not(HasSubstr("You were asked")));
+}
+
 TEST(TextReport, UsesColoursOnlyWhenToldTo) {
   EXPECT_THAT(writeTextReport(trusted(), forDomain("a.example")), Not(HasSubstr("\x1b")));
   EXPECT_THAT(writeTextReport(trusted(), {"a.example", checkTime, false, true}),

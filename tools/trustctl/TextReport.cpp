@@ -33,7 +33,8 @@ const char* decisionText(Decision decision) {
     case Decision::declined:
       break;
   }
-  return "You were asked, and it was declined.\n";
+  // The dialog service declines as well where it finds nobody to ask.
+  return "A question to trust it all the same was declined, or reached nobody.\n";
 }
 
 void writeVerdict(const Verdict& verdict, const ReportContext& context, std::string* out) {
