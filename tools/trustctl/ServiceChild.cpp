@@ -24,7 +24,9 @@ namespace {
 
 constexpr int childReadyFd = 3;
 constexpr int startLimitMilliseconds = 20000;
-constexpr int stopSteps = 400;  // of 5 ms each
+// Of 5 ms each. The dialog service takes 2 seconds of its own to end a face that hangs, and must
+// then still put the terminal right.
+constexpr int stopSteps = 800;
 
 [[noreturn]] void fail(const ServiceProgram& program, const char* what, int error) {
   throw CommandError(ExitStatus::undecided,
