@@ -97,6 +97,7 @@ pid_t TrustctlTest::start(const std::vector<std::string>& arguments, const std::
   if (child == 0) {
     const rlimit none = {0, 0};
     setrlimit(RLIMIT_CORE, &none);  // SIGQUIT would leave a core file
+    setsid();                       // whoever runs the tests is not to be asked
     redirect(in, O_RDONLY, STDIN_FILENO);
     redirect(out, O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
     redirect(err, O_WRONLY | O_CREAT | O_TRUNC, STDERR_FILENO);
