@@ -49,7 +49,8 @@ class TRUSTLIB_EXPORT TrustManager : public Object {
 
   // May this chain, leaf first, be trusted for this domain? Asks the user where it may not be
   // by itself, and remembers "always" in the user's own store; a revoked chain is refused
-  // without asking. Blocks on the certificate-manager service and on the user, without limit.
+  // without asking. Blocks on the certificate-manager service, for more than eight hours where
+  // that stays silent, and on the user without limit.
   // NULL for the domain checks no name. Both arguments stay the caller's.
   // Throws TrustManagerException when there can be no verdict or no question, for instance
   // because a service is not there, and its subtype PpsTimeoutException when the
