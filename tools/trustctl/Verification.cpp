@@ -87,7 +87,10 @@ std::unique_ptr<CertificateExceptionStore> openStore(const std::string& director
 // A store that is not there holds no decision, and need not be made to find that out.
 std::unique_ptr<CertificateExceptionStore> openStoreIfThere(const std::string& directory) {
   std::error_code ignored;
-  return std::filesystem::is_directory(directory, ignored) ? openStore(directory) : nullptr;
+  if (!std::filesystem::is_directory(directory, ignored)) {
+    return nullptr;
+  }
+  return openStore(directory);
 }
 
 }  // namespace
