@@ -21,6 +21,7 @@
 #include "tools/trustctl/FileDescriptor.h"
 #include "tools/trustctl/PrivateServices.h"
 #include "tools/trustctl/ServiceSettings.h"
+#include "tools/trustctl/TerminalTurn.h"
 #include "tools/trustctl/VerdictReport.h"
 
 namespace {
@@ -161,10 +162,14 @@ std::string storeToUse(const VerifyOptions& options) {
                                : std::filesystem::absolute(options.store).string();
 }
 
-void ask(const VerifyOptions& options, const std::string& store, PrivateServices* services,
-         Verification* verification) {
+void ask(const VerifyOptions& options, const std::string& store, TerminalTurn* turn,
+         PrivateServices* services, Verification* verification) {
   if (options.dialog || options.ownServices || !serviceIsRunning("dialog")) {
-    services->startDialog({options.dialog.value_or("terminal"), store});
+    const std::string face = options.dialog.value_or("terminal");
+    if (face == "terminal") {
+      turn->await();
+    }
+    services->startDialog({face, store});
   }
   verification->ask();
 }
@@ -178,13 +183,14 @@ Verdict verify(const VerifyOptions& options) {
                     options.timeoutSeconds,
                     needsPrivateJudgement(options),
                     storeToUse(options)};
+  TerminalTurn turn;  // outlives the service that puts the terminal right
   PrivateServices services;
   if (question.isPrivate) {
     services.startCertificateManager(options.settings);
   }
   Verification verification(question);
   if (verification.mayAsk() && asksUser(options)) {
-    ask(options, question.store, &services, &verification);
+    ask(options, question.store, &turn, &services, &verification);
   }
   return verification.verdict();
 }
