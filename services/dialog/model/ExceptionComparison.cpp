@@ -6,17 +6,25 @@
 #include <tuple>
 #include <utility>
 
+#include <openssl/x509v3.h>
+
 namespace {
 
-// The keys that vouch for the leaf, its issuer's first: as far up as names fit and signatures
-// verify.
+// Whoever bought any certificate of an authority can sign with it, and is not vouched for in that.
+bool mayIssue(X509* certificate) {
+  return (X509_get_extension_flags(certificate) & EXFLAG_CA) != 0;
+}
+
+// The keys that vouch for the leaf, its issuer's first: as far up as names fit, signatures verify
+// and those below may issue.
 std::vector<std::string> vouchingKeys(const std::vector<ChainMember>& chain) {
   std::vector<std::string> keys;
   if (chain.front().view.selfSigned) return {chain.front().publicKey};
   for (std::size_t i = 0; i + 1 < chain.size(); ++i) {
     X509* certificate = chain[i].certificate.get();
     const X509* issuer = chain[i + 1].certificate.get();
-    if (X509_NAME_cmp(X509_get_issuer_name(certificate), X509_get_subject_name(issuer)) != 0 ||
+    if ((i > 0 && !mayIssue(certificate)) ||
+        X509_NAME_cmp(X509_get_issuer_name(certificate), X509_get_subject_name(issuer)) != 0 ||
         !isSignedBy(certificate, issuer)) {
       break;
     }

@@ -98,6 +98,15 @@ TEST(HistorySection, AnotherIntermediateOfTheSameRootIsNoAlarm) {
   EXPECT_THAT(history.lines[0].text, HasSubstr("below the same authority"));
 }
 
+// Whoever bought one certificate of an authority is not therefore one below it.
+TEST(HistorySection, IntermediateThatIsNoAuthorityIsAnAlarm) {
+  const World w;
+  const TestCertificate bought = CertificateMaker("b.example").issuedBy(w.root).make();
+  const DialogSection history = historyOf(w.after({World::leafBy(bought).make(), bought, w.root}));
+  EXPECT_EQ(DialogTone::danger, history.tone);
+  EXPECT_THAT(history.lines[0].text, HasSubstr("from another issuer"));
+}
+
 TEST(HistorySection, AnotherIssuerIsAnAlarm) {
   const World w;
   const World other;
