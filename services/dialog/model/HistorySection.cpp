@@ -6,77 +6,79 @@
 namespace {
 
 struct Words {
-  const char* text;
+  const char* change;
+  const char* likeness;  // what such a change looks like, as long as no warning is new
   DialogTone tone;
 };
 
-// What the change of leaf and issuer looks like, as long as no warning is new.
-Words describeChange(const ExceptionDifference& difference) {
-  if (difference.leaf == LeafChange::none) {
-    if (!difference.restChanged) {
-      return {"The server's certificate and the whole chain are the ones you accepted.",
-              DialogTone::good};
-    }
-    return {
-        "The server's certificate is the one you accepted; only certificates above it have "
-        "changed.",
-        DialogTone::good};
-  }
-  const bool keyKept = difference.leaf == LeafChange::renewedKeyKept;
-  switch (difference.issuer) {
+constexpr const char* kLikeRenewal = " This is what a renewal looks like.";
+constexpr const char* kLikeNewKey = " A renewal with a new key looks like this.";
+
+Words describeIssuer(IssuerChange issuer, bool keyKept) {
+  switch (issuer) {
     case IssuerChange::none:
       if (keyKept) {
-        return {
-            "The server has another certificate with the same key and from the same issuer. "
-            "This is what a renewal looks like.",
-            DialogTone::good};
+        return {"The server has another certificate with the same key and from the same issuer.",
+                kLikeRenewal, DialogTone::good};
       }
-      return {
-          "The server has another certificate with another key, from the same issuer. A "
-          "renewal with a new key looks like this.",
-          DialogTone::doubt};
+      return {"The server has another certificate with another key, from the same issuer.",
+              kLikeNewKey, DialogTone::doubt};
     case IssuerChange::sameRoots:
       if (keyKept) {
         return {
             "The server has another certificate with the same key, from another issuer below "
-            "the same authority. A renewal often looks like this.",
-            DialogTone::good};
+            "the same authority.",
+            " A renewal often looks like this.", DialogTone::good};
       }
       return {
           "The server has another certificate with another key, from another issuer below the "
-          "same authority. A renewal with a new key looks like this.",
-          DialogTone::doubt};
+          "same authority.",
+          kLikeNewKey, DialogTone::doubt};
     case IssuerChange::unproven:
       if (keyKept) {
         return {
             "The server has another certificate with the same key. It names the same issuer, "
-            "but nothing here proves it. A renewal looks like this.",
-            DialogTone::doubt};
+            "but nothing here proves it.",
+            " A renewal looks like this.", DialogTone::doubt};
       }
       return {
           "The server has another certificate with another key. It names the same issuer, but "
           "anybody can write that name, and nothing here proves it.",
-          DialogTone::danger};
+          "", DialogTone::danger};
     case IssuerChange::other:
       break;
   }
   if (keyKept) {
-    return {
-        "The server has another certificate with the same key, but from another issuer. Its "
-        "owner may have changed the authority; ask before you accept.",
-        DialogTone::doubt};
+    return {"The server has another certificate with the same key, but from another issuer.",
+            " Its owner may have changed the authority; ask before you accept.", DialogTone::doubt};
   }
   return {
-      "The server has another certificate with another key from another issuer. This is what "
-      "an attack looks like, unless its owner tells you of the change.",
-      DialogTone::danger};
+      "The server has another certificate with another key from another issuer. This is what an "
+      "attack looks like, unless its owner tells you of the change.",
+      "", DialogTone::danger};
+}
+
+Words describeChange(const ExceptionDifference& difference) {
+  if (difference.leaf != LeafChange::none) {
+    return describeIssuer(difference.issuer, difference.leaf == LeafChange::renewedKeyKept);
+  }
+  if (!difference.restChanged) {
+    return {"The server's certificate and the whole chain are the ones you accepted.", "",
+            DialogTone::good};
+  }
+  return {
+      "The server's certificate is the one you accepted; only certificates above it have changed.",
+      "", DialogTone::good};
 }
 
 void addChange(const ExceptionDifference& difference, std::vector<DialogLine>* lines) {
   Words words = describeChange(difference);
   // What a new warning is about must not be calmed down by what has stayed.
-  if (difference.newWarnings != 0 && words.tone == DialogTone::good) words.tone = DialogTone::plain;
-  lines->push_back(sentence(words.text, words.tone));
+  if (difference.newWarnings != 0) {
+    if (words.tone == DialogTone::good) words.tone = DialogTone::plain;
+    if (*words.likeness != '\0') words.likeness = " A renewal alone does not bring a new warning.";
+  }
+  lines->push_back(sentence(std::string(words.change) + words.likeness, words.tone));
 }
 
 void addWarnings(const ExceptionDifference& difference, std::vector<DialogLine>* lines) {

@@ -146,6 +146,26 @@ TEST(HistorySection, ANewWarningIsAnAlarmWhateverStaysTheSame) {
               ElementsAre(textsOf(Warning::REVOKED).front()->summary));
 }
 
+TEST(HistorySection, NothingIsCalledARenewalThatBringsANewWarning) {
+  const World w;
+  const TestCertificate foreign =
+      CertificateMaker("b.example").asServer().dns("b.example").issuedBy(w.inter).make();
+  const DialogSection history =
+      historyOf(w.after({foreign, w.inter, w.root}, kAccepted | Warning::DOMAINNAME_MISMATCH));
+  EXPECT_EQ(
+      "The server has another certificate with another key, from the same issuer. A renewal alone "
+      "does not bring a new warning.",
+      history.lines[0].text);
+}
+
+TEST(HistorySection, NothingWithTheSameKeyIsCalledARenewalThatBringsANewWarning) {
+  const World w;
+  const TestCertificate renewed = World::leafBy(w.inter).key(w.leaf.key()).serial({2}).make();
+  const DialogSection history =
+      historyOf(w.after({renewed, w.inter, w.root}, kAccepted | Warning::REVOKED));
+  EXPECT_THAT(history.lines[0].text, testing::EndsWith("does not bring a new warning."));
+}
+
 TEST(HistorySection, ANewWarningThatNobodyKnowsIsAnAlarmToo) {
   const World w;
   EXPECT_EQ(DialogTone::danger, historyOf(w.after(w.chain(), kAccepted | 0x8000)).tone);
