@@ -2,7 +2,11 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+#ifdef SYS_openat2
+#include <linux/openat2.h>
+#endif
 
 #include <cerrno>
 #include <stdexcept>
@@ -25,9 +29,24 @@ constexpr std::size_t kMaxCertificateBytes = 64 * 1024;
   fail(path, std::generic_category().message(error));
 }
 
-std::string readFile(const std::string& path, std::size_t maxBytes, int moreFlags,
+constexpr int kOpenFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+
+// Follows symbolic links, but not those that the system makes up for what a process has open or
+// stands in: they lead past folders that are closed to whoever named the path, and this process
+// may follow more of them than he may. A system too old for that follows them.
+OwnedFd openNamed(const std::string& path) {
+#ifdef SYS_openat2
+  open_how how = {};
+  how.flags = kOpenFlags;
+  how.resolve = RESOLVE_NO_MAGICLINKS;
+  OwnedFd fd(static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
+  if (fd || errno != ENOSYS) return fd;
+#endif
+  return OwnedFd(::open(path.c_str(), kOpenFlags));
+}
+
+std::string readFile(const OwnedFd& fd, const std::string& path, std::size_t maxBytes,
                      const uid_t* owner) {
-  const OwnedFd fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | moreFlags));
   if (!fd) failBecause(path, errno);
   struct stat status = {};
   if (::fstat(fd.get(), &status) != 0) failBecause(path, errno);
@@ -50,7 +69,7 @@ std::string readFile(const std::string& path, std::size_t maxBytes, int moreFlag
 
 std::string readCertificateFile(const std::string& path) {
   if (path.empty() || path.front() != '/') fail(path, "the path is not absolute");
-  return readPlainFile(path, kMaxCertificateBytes);
+  return readFile(openNamed(path), path, kMaxCertificateBytes, nullptr);
 }
 
 X509Ptr parseCertificate(const std::string& path, const std::string& der) {
@@ -66,11 +85,12 @@ X509Ptr parseCertificate(const std::string& path, const std::string& der) {
 }  // namespace
 
 std::string readPlainFile(const std::string& path, std::size_t maxBytes) {
-  return readFile(path, maxBytes, 0, nullptr);
+  return readFile(OwnedFd(::open(path.c_str(), kOpenFlags)), path, maxBytes, nullptr);
 }
 
 std::string readOwnedFile(const std::string& path, std::size_t maxBytes, uid_t owner) {
-  return readFile(path, maxBytes, O_NOFOLLOW, &owner);
+  const OwnedFd fd(::open(path.c_str(), kOpenFlags | O_NOFOLLOW));
+  return readFile(fd, path, maxBytes, &owner);
 }
 
 X509Ptr readDerCertificate(const std::string& path) {

@@ -17,7 +17,8 @@ std::string readPlainFile(const std::string& path, std::size_t maxBytes);
 std::string readOwnedFile(const std::string& path, std::size_t maxBytes, uid_t owner);
 
 // Reads one DER certificate that a client named: an absolute path to a plain file of
-// at most 64 KiB that holds exactly one certificate. Throws std::runtime_error that
+// at most 64 KiB that holds exactly one certificate, and does not lead through what some
+// process has open (/proc/PID/fd and its like). Throws std::runtime_error that
 // names the file and what is wrong with it.
 X509Ptr readDerCertificate(const std::string& path);
 

@@ -1,5 +1,6 @@
 #include "services/common/CertificateFiles.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -7,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/objects/ControlSocket.h"
+#include "tests/support/CertificateMaker.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace {
@@ -45,6 +48,28 @@ TEST(ReadPlainFile, FollowsALink) {
   const std::string link = directory.path("link");
   ASSERT_EQ(0, ::symlink(directory.write("f", "text").c_str(), link.c_str()));
   EXPECT_EQ("text", readPlainFile(link, 4));
+}
+
+TEST(ReadCertificateBytes, FollowsALink) {
+  const TemporaryDirectory directory;
+  const TestCertificate certificate = CertificateMaker("a.example").make();
+  const std::string link = directory.path("link");
+  ASSERT_EQ(0, ::symlink(directory.write("f", certificate.derString()).c_str(), link.c_str()));
+  EXPECT_EQ(certificate.der(), readCertificateBytes(link));
+}
+
+TEST(ReadCertificateBytes, RefusesWhatTheReadingProcessItselfHasOpen) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.write("f", CertificateMaker("a.example").make().derString());
+  const OwnedFd held(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  EXPECT_THROW(readCertificateBytes("/proc/self/fd/" + std::to_string(held.get())),
+               std::runtime_error);
+}
+
+TEST(ReadCertificateBytes, RefusesWhatLiesBelowTheReadingProcesssOwnFolder) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.write("f", CertificateMaker("a.example").make().derString());
+  EXPECT_THROW(readCertificateBytes("/proc/self/root" + path), std::runtime_error);
 }
 
 }  // namespace

@@ -34,6 +34,20 @@ TEST_F(DialogdUserTest, FileThatHeCannotReadIsAnError) {
               AllOf(StartsWith("err::"), HasSubstr("Permission denied")));
 }
 
+// The service could follow the links of every process, past folders that are closed to the user.
+TEST_F(DialogdUserTest, FileThatOnlyAnotherProcessLeadsToIsAnError) {
+  const std::filesystem::path closed = files_.path("closed");
+  const std::filesystem::path below = closed / "below";
+  std::filesystem::create_directories(below);
+  std::filesystem::copy_file(leaf_, below / "leaf.der");
+  std::filesystem::permissions(closed, std::filesystem::perms(0700));
+  start({"--face=policy:always"});
+  std::filesystem::current_path(below);
+  const std::string path = "/proc/" + std::to_string(getpid()) + "/cwd/leaf.der";
+  EXPECT_THAT(DialogAsker(request("a.test", path), options_).answer(), StartsWith("err::"));
+  std::filesystem::current_path("/");
+}
+
 TEST_F(DialogdUserTest, FileThatHeCanReadIsShown) {
   start({"--face=policy:once"});
   EXPECT_THAT(DialogAsker(request(), options_).answer(), HasSubstr(kOnce));
