@@ -18,8 +18,10 @@
 #include <string_view>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include "platform/objects/ControlSocket.h"
+#include "services/common/PrintableText.h"
 #include "services/dialog/UserIdentity.h"
 #include "services/dialog/model/DialogModelCodec.h"
 
@@ -29,6 +31,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kTimeToEnd{2};
 constexpr std::size_t kMaxAnswerBytes = 16;
+constexpr std::size_t kMaxComplaintBytes = 512;
+constexpr std::size_t kComplaintColumns = 200;
 constexpr int kCannotRun = 127;
 constexpr int kUnknownStatus = W_EXITCODE(kCannotRun, 0);
 
@@ -70,8 +74,10 @@ std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
 }
 
 // The child's part: system calls only, since other threads held locks when it was forked.
+// `errors` is -1 where it may write to this process's standard error.
 [[noreturn]] void becomeFace(const FaceCommand& command, char* const* arguments,
-                             char* const* environment, int input, int output, pid_t parent) {
+                             char* const* environment, int input, int output, int errors,
+                             pid_t parent) {
   setsid();
   for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGPIPE, SIGTTOU, SIGTTIN}) {
     (void)std::signal(signal, SIG_DFL);
@@ -80,6 +86,9 @@ std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
   sigemptyset(&none);
   pthread_sigmask(SIG_SETMASK, &none, nullptr);
   bool ready = dup2(input, STDIN_FILENO) != -1 && dup2(output, STDOUT_FILENO) != -1;
+  ready = ready && (errors == -1 || dup2(errors, STDERR_FILENO) != -1);
+  // A folder that is closed to the user could be used from within.
+  ready = ready && (!command.user || chdir("/") == 0);
 #ifdef SYS_close_range
   // What this service was started with and never heard of.
   syscall(SYS_close_range, STDERR_FILENO + 1, ~0U, 0);
@@ -89,6 +98,17 @@ std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
   ready = ready && prctl(PR_SET_PDEATHSIG, SIGTERM) == 0 && getppid() == parent;
   if (ready) execve(arguments[0], arguments, environment);
   _exit(kCannotRun);
+}
+
+struct Pipe {
+  OwnedFd readEnd;
+  OwnedFd writeEnd;
+};
+
+Pipe makePipe(int flags) {
+  int ends[2] = {-1, -1};
+  if (pipe2(ends, O_CLOEXEC | flags) != 0) failBecause(errno);
+  return {OwnedFd(ends[0]), OwnedFd(ends[1])};
 }
 
 // Raises the event `fd` when the process has exited, and leaves it to be reaped: until then its
@@ -108,18 +128,19 @@ class RunningFace {
       : exited_(orFail(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))),
         stopped_(orFail(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))) {
     const OwnedFd input = makeInput(command.input);
-    int ends[2] = {-1, -1};
-    if (pipe2(ends, O_CLOEXEC) != 0) failBecause(errno);
-    output_ = OwnedFd(ends[0]);
-    const OwnedFd childsEnd(ends[1]);
+    Pipe output = makePipe(0);
+    output_ = std::move(output.readEnd);
     if (fcntl(output_.get(), F_SETFL, O_NONBLOCK) != 0) failBecause(errno);
+    // Nobody reads complaints until it has ended; those without end must not make it wait.
+    Pipe errors = command.user ? makePipe(O_NONBLOCK) : Pipe();
+    errors_ = std::move(errors.readEnd);
     const std::vector<char*> arguments = pointersTo(command.arguments);
     const std::vector<char*> environment = pointersTo(command.environment);
     const pid_t parent = getpid();
     process_ = fork();
     if (process_ == 0) {
-      becomeFace(command, arguments.data(), environment.data(), input.get(), childsEnd.get(),
-                 parent);
+      becomeFace(command, arguments.data(), environment.data(), input.get(), output.writeEnd.get(),
+                 errors.writeEnd.get(), parent);
     }
     if (process_ == -1) failBecause(errno);
     try {
@@ -182,6 +203,16 @@ class RunningFace {
 
   const std::string& answer() const { return answer_; }
 
+  // The first line of what it has complained of, as far as it goes.
+  std::string complaint() const {
+    if (!errors_) return "";
+    char part[kMaxComplaintBytes];
+    const ssize_t length = ::read(errors_.get(), part, sizeof part);
+    if (length <= 0) return "";
+    const std::string_view text(part, static_cast<std::size_t>(length));
+    return printableText(text.substr(0, text.find('\n')), kComplaintColumns);
+  }
+
  private:
   static int millisecondsTo(std::optional<Clock::time_point> moment) {
     if (!moment) return -1;
@@ -204,6 +235,7 @@ class RunningFace {
   OwnedFd exited_;
   OwnedFd stopped_;
   OwnedFd output_;
+  OwnedFd errors_;
   bool outputEnded_ = false;
   std::string answer_;
   pid_t process_ = -1;
@@ -235,6 +267,7 @@ FaceResult runFace(const FaceCommand& command, const std::stop_token& stop) {
   }
   const int status = face.reap();
   result.killed = WIFSIGNALED(status);
+  result.complaint = face.complaint();
   if (ended && WIFEXITED(status) && WEXITSTATUS(status) == 0) {
     result.choice = choiceOf(face.answer());
   }

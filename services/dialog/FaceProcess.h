@@ -27,12 +27,16 @@ struct FaceResult {
   bool cancelled = false;
   // It was killed, by whomever, so that it cannot have cleaned up after itself.
   bool killed = false;
+  // The first line that it wrote to standard error, fit for a screen. Empty where it wrote none,
+  // and where it runs as this process does and therefore writes to the same place.
+  std::string complaint;
 };
 
-// Runs the program in a session of its own and waits for its end. On a stop or past the limit it
-// gets SIGTERM, and two seconds later SIGKILL; processes that it leaves behind are killed too.
-// Should this thread end meanwhile, it gets SIGTERM. Throws std::runtime_error when it cannot be
-// started for want of memory, descriptors or processes.
+// Runs the program in a session of its own and waits for its end. One of another user starts in the
+// root folder and has nothing of this process open: that user may take it over. On a stop or past
+// the limit it gets SIGTERM, and two seconds later SIGKILL; processes that it leaves behind are
+// killed too. Should this thread end meanwhile, it gets SIGTERM. Throws std::runtime_error when it
+// cannot be started for want of memory, descriptors or processes.
 FaceResult runFace(const FaceCommand& command, const std::stop_token& stop);
 
 #endif

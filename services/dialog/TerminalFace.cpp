@@ -1,5 +1,7 @@
 #include "services/dialog/TerminalFace.h"
 
+#include <cstdio>
+
 #include "services/dialog/FaceEnvironment.h"
 #include "services/dialog/FaceProcess.h"
 #include "services/dialog/Terminal.h"
@@ -25,6 +27,10 @@ std::optional<DialogChoice> TerminalFace::show(const DialogModel& model, const A
 
   const FaceResult result = runFace(command, stop);
   terminal->restore(result.killed);
+  if (!result.complaint.empty()) {
+    (void)fprintf(stderr, "trust-dialogd: the face of user %s: %s\n", audience.user.name.c_str(),
+                  result.complaint.c_str());
+  }
   if (result.cancelled) return std::nullopt;
   return result.choice;
 }

@@ -59,6 +59,28 @@ TEST_F(DialogdUserTest, FaceRunsAsTheAskingUser) {
   EXPECT_EQ("64123\n64123\n64123\n", contentOf("user"));
 }
 
+// Whoever the face runs as can take over what it has open.
+TEST_F(DialogdUserTest, FaceOfAnotherUserHasNothingOfTheServicesOpen) {
+  startWithFace(
+      "test /proc/$$/fd/2 -ef /proc/$PPID/fd/2 && echo shared > $dir/errors\n"
+      "readlink /proc/self/fd/2 > $dir/kind; pwd -P > $dir/place; echo once\n");
+  EXPECT_THAT(DialogAsker(request(), options_).answer(), HasSubstr(kOnce));
+  EXPECT_EQ("", contentOf("errors"));
+  EXPECT_THAT(contentOf("kind"), StartsWith("pipe:"));
+  EXPECT_EQ("/\n", contentOf("place"));
+}
+
+TEST_F(DialogdUserTest, WhatTheFaceOfAnotherUserComplainsOfIsToldInOneLine) {
+  startWithFace("printf 'it is\\033[2J broken\\nmore' >&2; exit 1\n");
+  EXPECT_THAT(DialogAsker(request(), options_).answer(), HasSubstr(kDeclined));
+  EXPECT_THAT(service_->errors(), HasSubstr("user 64123: it is\\x1b[2J broken\n"));
+}
+
+TEST_F(DialogdUserTest, ComplaintsWithoutEndDoNotHoldTheAnswerUp) {
+  startWithFace("yes 2>/dev/null | head -c 1000000 >&2; echo once\n");
+  EXPECT_THAT(DialogAsker(request(), options_).answer(), HasSubstr(kOnce));
+}
+
 TEST_F(DialogdUserTest, FaceOfAnotherUserEndsWhenTheClientGivesUp) {
   startWithFace("trap 'echo ended > $up; exit' TERM\necho shown > $up\ncat $go & wait\n");
   DialogAsker asker(request(), options_);
