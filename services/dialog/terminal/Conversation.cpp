@@ -22,10 +22,10 @@ void Conversation::drawn(Time now) {
   if (!drawnAt_) drawnAt_ = now;
 }
 
-void Conversation::press(Key key, Time now) {
-  pass(now);
+void Conversation::press(Key key, Time pressed) {
+  pass(pressed);
   if (answer_) return;
-  const bool accepts = isArmed(now);
+  const bool accepts = isArmed(pressed);
   if (key == Key::decline) {
     answer_ = DialogChoice::decline;
   } else if (question_ == Question::choice) {

@@ -13,8 +13,8 @@ enum class Question {
 };
 
 // Which question is asked, which keys work at that moment, and what came out of it. Knows no
-// terminal and no clock: the time is told to it, and never runs backwards. Accepting works only
-// while the question stands on the screen, and has stood there for the model's arming time.
+// terminal and no clock: the time is told to it. Accepting works only while the question stands on
+// the screen, and has stood there for the model's arming time.
 // Belongs to one thread at a time; no operation fails.
 class Conversation {
  public:
@@ -33,7 +33,8 @@ class Conversation {
   // They do not, say on a terminal that has become too small.
   void hidden() { drawnAt_.reset(); }
 
-  void press(Key key, Time now);
+  // `pressed` may be earlier than what it was told last.
+  void press(Key key, Time pressed);
   // Lets the time-out happen.
   void pass(Time now);
 

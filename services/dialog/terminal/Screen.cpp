@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include <curses.h>
 
@@ -15,6 +16,8 @@ namespace {
 constexpr int kEscape = 27;
 // Over a slow line, the bytes of one key come apart; as long as this they are one key.
 constexpr int kEscapeMilliseconds = 100;
+// Nobody types as fast; a key that is held down repeats more slowly, too.
+constexpr int kPasteMilliseconds = 15;
 
 enum ColourPair : short { kDefault, kGood, kDoubt, kDanger, kForeign };
 
@@ -117,13 +120,13 @@ Key keyAfterEscape() {
   return Key::other;
 }
 
-std::optional<Key> readKey() {
-  wint_t character = 0;
-  const int kind = get_wch(&character);
-  if (kind == ERR) return {};
-  if (kind == KEY_CODE_YES) return keyForCode(character);
-  if (character == kEscape) return keyAfterEscape();
-  return keyForCharacter(static_cast<char32_t>(character));
+bool isText(wint_t character) {
+  return character == L'\t' || character == L'\n' || character == L'\r' ||
+         (character >= L' ' && character != 0x7f);
+}
+
+bool accepts(Key key) {
+  return key == Key::once || key == Key::always || key == Key::accept;
 }
 
 }  // namespace
@@ -183,6 +186,8 @@ void Screen::draw(const std::vector<Row>& rows) {
 
 void Screen::discardKeys() {
   flushinp();
+  ahead_.reset();
+  inStream_ = false;
 }
 
 std::optional<Key> Screen::waitForKey(std::chrono::milliseconds time) {
@@ -194,4 +199,34 @@ std::optional<Key> Screen::waitForKey(std::chrono::milliseconds time) {
     throw std::runtime_error("the terminal has gone");
   }
   return readKey();
+}
+
+std::optional<Screen::Input> Screen::readInput() {
+  wint_t value = 0;
+  const int kind = get_wch(&value);
+  if (kind == ERR) return {};
+  const bool isCode = kind == KEY_CODE_YES;
+  return Input{!isCode && isText(value), isCode, value};
+}
+
+std::optional<Key> Screen::readKey() {
+  const std::optional<Input> input = ahead_ ? std::exchange(ahead_, {}) : readInput();
+  if (!input) return {};
+  if (input->isCode) return keyForCode(input->value);
+  if (input->value == kEscape) return keyAfterEscape();
+  const Key key = keyForCharacter(static_cast<char32_t>(input->value));
+  if (!input->isText) return key;
+  const bool before = inStream_;
+  inStream_ = textFollows();
+  return (before || inStream_) && accepts(key) ? Key::other : key;
+}
+
+// Looks whether more text comes along with the text that was read last.
+bool Screen::textFollows() {
+  ahead_ = readInput();
+  if (!ahead_) {
+    pollfd readable = {fd_, POLLIN, 0};
+    if (poll(&readable, 1, kPasteMilliseconds) == 1) ahead_ = readInput();
+  }
+  return ahead_ && ahead_->isText;
 }

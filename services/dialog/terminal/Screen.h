@@ -1,6 +1,8 @@
 #ifndef SERVICES_DIALOG_TERMINAL_SCREEN_H
 #define SERVICES_DIALOG_TERMINAL_SCREEN_H
 
+#include <wchar.h>
+
 #include <chrono>
 #include <cstdio>
 #include <memory>
@@ -31,8 +33,9 @@ class Screen {
   void draw(const std::vector<Row>& rows);
   // Drops all keys pressed until now.
   void discardKeys();
-  // The next key; nothing when none is pressed in that time. Throws std::runtime_error when the
-  // terminal has gone.
+  // The next key; nothing when none is pressed in that time. Of letters that come closer together
+  // than anybody types, as from a paste or a report of the mouse, none is a key that accepts.
+  // Throws std::runtime_error when the terminal has gone.
   std::optional<Key> waitForKey(std::chrono::milliseconds time);
 
  private:
@@ -41,11 +44,22 @@ class Screen {
   };
   using File = std::unique_ptr<std::FILE, FileCloser>;
 
+  struct Input {
+    bool isText;  // else a key of this terminal's own, or a control
+    bool isCode;  // of ncurses
+    wint_t value;
+  };
+  static std::optional<Input> readInput();
+  std::optional<Key> readKey();
+  bool textFollows();
+
   int fd_;
   File output_;
   File input_;
   screen* screen_ = nullptr;
   bool colour_ = false;
+  std::optional<Input> ahead_;  // read, but not given out yet
+  bool inStream_ = false;       // the text read last was followed by more at once
 };
 
 #endif

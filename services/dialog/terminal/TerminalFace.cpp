@@ -33,8 +33,7 @@ class Face {
     screen_.discardKeys();
     for (;;) {
       followSize();
-      draw();
-      if (const auto key = screen_.waitForKey(kSizeCheck)) press(*key);
+      takeKeys(draw());
       conversation_.pass(Clock::now());
       if (conversation_.answer()) return *conversation_.answer();
     }
@@ -50,10 +49,12 @@ class Face {
     drawn_.clear();
   }
 
-  void draw() {
+  // Returns the moment that keys pressed at this picture count for. While it shows them waiting,
+  // that is before they are armed, however late they are read.
+  Clock::time_point draw() {
     const auto now = Clock::now();
-    std::vector<Row> rows =
-        view_.draw(conversation_.isWaiting(now), conversation_.secondsLeft(now));
+    const bool waiting = conversation_.isWaiting(now);
+    std::vector<Row> rows = view_.draw(waiting, conversation_.secondsLeft(now));
     if (rows != drawn_) {
       screen_.draw(rows);
       drawn_ = std::move(rows);
@@ -63,12 +64,23 @@ class Face {
     } else {
       conversation_.hidden();
     }
+    return waiting ? now : Clock::now();
   }
 
-  void press(Key key) {
+  // All that are there, lest one typed at this picture be taken for one typed at the next.
+  void takeKeys(Clock::time_point pressed) {
+    auto key = screen_.waitForKey(kSizeCheck);
+    while (key && !conversation_.answer()) {
+      press(*key, pressed);
+      conversation_.pass(Clock::now());
+      if (!conversation_.answer()) key = screen_.waitForKey({});
+    }
+  }
+
+  void press(Key key, Clock::time_point pressed) {
     view_.scroll(key);
     const Question before = conversation_.question();
-    conversation_.press(key, Clock::now());
+    conversation_.press(key, pressed);
     if (conversation_.question() == before) return;
     view_.ask(conversation_.question());
     screen_.discardKeys();

@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <string>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -160,14 +162,31 @@ TEST_F(TerminalFaceTest, WhatWasTypedBeforeTheDialogAcceptsNothing) {
   expectAnswer("q", "decline");
 }
 
-TEST_F(TerminalFaceTest, WhatWasTypedBeforeTheSecondQuestionAcceptsNothing) {
+TEST_F(TerminalFaceTest, KeyTypedBeforeItIsArmedAcceptsNothingHoweverLateItIsRead) {
+  constexpr std::chrono::milliseconds kArming{500};
+  dialog_.armMilliseconds = static_cast<int>(kArming.count());
+  const auto started = std::chrono::steady_clock::now();
   FaceProcess face(terminal_, model());
+  ASSERT_TRUE(face.shows("o wait"));
   ASSERT_TRUE(face.shows(kLastChoice));
-  terminal_.type("ay");
-  ASSERT_TRUE(face.shows(kLastConfirmation));
+  face.kill(SIGSTOP);
+  terminal_.type("o");
+  const auto typed = std::chrono::steady_clock::now();
+  if (typed - started >= kArming) GTEST_SKIP() << "it may have been armed before";
+  std::this_thread::sleep_until(typed + kArming);  // by then it is armed, if unseen
+  face.kill(SIGCONT);
+  ASSERT_TRUE(face.shows("Connect this once"));
   terminal_.type("q");
   EXPECT_EQ(0, face.wait());
   EXPECT_EQ("decline\n", face.answer());
+}
+
+TEST_F(TerminalFaceTest, PastedTextAcceptsNothing) {
+  expectAnswer("to all of you: bye q", "decline");
+}
+
+TEST_F(TerminalFaceTest, ReportOfTheMouseAcceptsNothing) {
+  expectAnswer("\x1b[M ooq", "decline");
 }
 
 TEST_F(TerminalFaceTest, TheTimeOutDeclines) {
