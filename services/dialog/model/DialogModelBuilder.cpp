@@ -37,14 +37,24 @@ DialogConfirmation makeConfirmation(const DialogInput& input,
   std::vector<DialogLine>& lines = confirmation.lines;
   lines = describeDomain(input.domain);
   lines.insert(lines.begin(), sentence("From now on this is trusted without a question:"));
-  lines.push_back(quotedEscaped("subject", chain.front().view.subject));
-  lines.push_back(field("SHA-256", groupedHex(chain.front().view.sha256)));
+  if (!input.domain) {
+    lines.push_back(sentence(
+        "It will be trusted wherever a program names no domain, whichever server shows it.",
+        DialogTone::danger));
+  }
+  const CertificateView& leaf = chain.front().view;
+  lines.push_back(quotedEscaped("subject", leaf.subject));
+  lines.push_back(quotedEscaped("issued by", leaf.issuer));
+  lines.push_back(field("valid to", timeWords(leaf.notAfter)));
+  const std::string outside = whyNotValid(leaf, input.now);
+  if (!outside.empty()) lines.push_back(field("now", outside, DialogTone::doubt));
+  lines.push_back(field("SHA-256", groupedHex(leaf.sha256)));
   lines.push_back(field("certificates", chain.size() == 1 ? "this one alone"
                                                           : "this one and the " +
                                                                 std::to_string(chain.size() - 1) +
                                                                 " above it, exactly as they are"));
   for (const DialogSection& warning : makeWarningSections(input.warnings, {})) {
-    lines.push_back(field("in spite of", warning.heading, DialogTone::doubt));
+    lines.push_back(field("in spite of", warning.heading, warning.tone));
   }
   lines.push_back(
       sentence("A changed certificate, or one warning more or less, is asked about again."));

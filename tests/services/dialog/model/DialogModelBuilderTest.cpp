@@ -82,6 +82,8 @@ TEST(DialogModelBuilder, TheSecondQuestionNamesExactlyWhatIsAccepted) {
   const DialogSection confirmation{"", "", {}, model.confirmation.lines};
   EXPECT_THAT(valuesOf(confirmation, "domain"), ElementsAre("a.example"));
   EXPECT_THAT(valuesOf(confirmation, "subject"), ElementsAre("CN=a.example"));
+  EXPECT_THAT(valuesOf(confirmation, "issued by"), ElementsAre("CN=Root"));
+  EXPECT_THAT(valuesOf(confirmation, "valid to"), ElementsAre("2099-12-31T23:59:59Z"));
   EXPECT_EQ(valuesOf(sectionsOf(model, "certificate").at(0), "SHA-256"),
             valuesOf(confirmation, "SHA-256"));
   EXPECT_THAT(valuesOf(confirmation, "certificates"), ElementsAre(HasSubstr("and the 1 above it")));
@@ -89,6 +91,28 @@ TEST(DialogModelBuilder, TheSecondQuestionNamesExactlyWhatIsAccepted) {
               ElementsAre(textsOf(Warning::NO_TRUSTED).front()->summary,
                           textsOf(Warning::CERT_EXPIRY).front()->summary));
   EXPECT_THAT(model.confirmation.lines.back().text, HasSubstr("asked about again"));
+}
+
+TEST(DialogModelBuilder, TheSecondQuestionSaysHowFarOutsideItsValidityACertificateIs) {
+  DialogInput input = inputOf({someLeaf()}, Warning::CERT_EXPIRY);
+  input.now = 0;
+  const DialogSection confirmation{"", "", {}, buildDialogModel(input).confirmation.lines};
+  EXPECT_THAT(valuesOf(confirmation, "now"), ElementsAre(HasSubstr("not valid yet")));
+}
+
+TEST(DialogModelBuilder, TheSecondQuestionWeighsTheWarningsAsTheFirstOneDoes) {
+  const DialogModel model = modelOf(Warning::REVOKED | Warning::CERT_EXPIRY);
+  std::vector<DialogTone> tones;
+  for (const DialogLine& line : model.confirmation.lines) {
+    if (line.label == "in spite of") tones.push_back(line.tone);
+  }
+  EXPECT_THAT(tones, ElementsAre(DialogTone::danger, DialogTone::doubt));
+}
+
+TEST(DialogModelBuilder, TheSecondQuestionSaysWhatAcceptingWithoutADomainMeans) {
+  const DialogSection confirmation{"", "", {}, modelFor(std::nullopt).confirmation.lines};
+  EXPECT_THAT(valuesOf(confirmation, ""),
+              testing::Contains(HasSubstr("wherever a program names no domain")));
 }
 
 TEST(DialogModelBuilder, TheSecondQuestionMarksALookAlikeToo) {
