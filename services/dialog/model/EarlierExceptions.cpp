@@ -44,7 +44,12 @@ bool isExceptionName(std::string_view name) {
          name.substr(name.size() - kExtension.size()) == kExtension;
 }
 
-// The newest files of the owner, newest first.
+bool isNewer(const StoredFile& a, const StoredFile& b) {
+  return a.modified != b.modified ? a.modified > b.modified : a.name < b.name;
+}
+
+// The newest files of the owner, newest first. A folder of any size takes no more room than twice
+// the files that are kept.
 std::vector<StoredFile> listNewest(const std::string& directory, uid_t owner) {
   std::vector<StoredFile> files;
   const DirectoryPtr entries(::opendir(directory.c_str()));
@@ -59,14 +64,12 @@ std::vector<StoredFile> listNewest(const std::string& directory, uid_t owner) {
     }
     files.push_back({std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec,
                      entry->d_name, static_cast<std::size_t>(status.st_size)});
+    if (files.size() < 2 * kMaxFiles) continue;
+    std::nth_element(files.begin(), files.begin() + kMaxFiles, files.end(), isNewer);
+    files.resize(kMaxFiles);
   }
-  const auto newer = [](const StoredFile& a, const StoredFile& b) {
-    return a.modified != b.modified ? a.modified > b.modified : a.name < b.name;
-  };
-  const std::size_t kept = std::min(files.size(), kMaxFiles);
-  std::partial_sort(files.begin(), files.begin() + static_cast<std::ptrdiff_t>(kept), files.end(),
-                    newer);
-  files.erase(files.begin() + static_cast<std::ptrdiff_t>(kept), files.end());
+  std::sort(files.begin(), files.end(), isNewer);
+  files.resize(std::min(files.size(), kMaxFiles));
   return files;
 }
 

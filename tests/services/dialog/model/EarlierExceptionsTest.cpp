@@ -137,6 +137,18 @@ TEST(EarlierExceptions, BeyondTheNewestTwoThousandFilesAreNotLookedFor) {
   EXPECT_THAT(read(store), IsEmpty());
 }
 
+TEST(EarlierExceptions, NewestIsFoundAmongManyThousandFiles) {
+  const TemporaryDirectory store;
+  const std::string older = store.write("older", "{}");
+  setAge(older, 1000);
+  for (int i = 0; i < 5000; ++i) {
+    const std::string name = store.path("cx_" + std::to_string(i) + "_0.json");
+    ASSERT_EQ(0, ::link(older.c_str(), name.c_str()));
+  }
+  setAge(store.write("cx_new_0.json", exceptionText("5")), 2000);
+  EXPECT_THAT(warningsIn(read(store)), ElementsAre(5));
+}
+
 struct PassedOver {
   const char* name;
   std::string file;
