@@ -30,6 +30,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kTimeToEnd{2};
+constexpr int kWantedCheckMilliseconds = 250;
 constexpr std::size_t kMaxAnswerBytes = 16;
 constexpr std::size_t kMaxComplaintBytes = 512;
 constexpr std::size_t kComplaintColumns = 200;
@@ -166,23 +167,32 @@ class RunningFace {
     kill(-process_, number);
   }
 
-  // Waits until it has exited (true), or until stop() is called while `stoppable`, it has
-  // written more than any answer, or the moment has come (false).
-  bool await(std::optional<Clock::time_point> until, bool stoppable) {
+  // Waits until it has exited (true), or until stop() is called while `stoppable`, nobody wants it
+  // any more, it has written more than any answer, or the moment has come (false).
+  bool await(std::optional<Clock::time_point> until, bool stoppable,
+             const std::function<bool()>& isWanted = {}) {
     for (;;) {
       pollfd events[] = {{exited_.get(), POLLIN, 0},
                          {stoppable ? stopped_.get() : -1, POLLIN, 0},
                          {outputEnded_ ? -1 : output_.get(), POLLIN, 0}};
-      if (poll(events, std::size(events), millisecondsTo(until)) < 0) {
+      const int left = millisecondsTo(until);
+      const bool checks = isWanted && (left < 0 || left > kWantedCheckMilliseconds);
+      if (poll(events, std::size(events), checks ? kWantedCheckMilliseconds : left) < 0) {
         if (errno == EINTR) continue;
         return false;
       }
       if (events[0].revents != 0 || events[2].revents != 0) readOutput();
+      // First, since an answer that was given since is not from whom it was asked of.
+      unwanted_ = isWanted && !isWanted();
+      if (unwanted_) return false;
       if (events[0].revents != 0) return true;
       if (events[1].revents != 0 || (until && Clock::now() >= *until)) return false;
       if (stoppable && answer_.size() > kMaxAnswerBytes) return false;
     }
   }
+
+  // What the last await() found.
+  bool isUnwanted() const { return unwanted_; }
 
   bool isStopped() const {
     pollfd event = {stopped_.get(), POLLIN, 0};
@@ -241,6 +251,7 @@ class RunningFace {
   pid_t process_ = -1;
   std::thread watcher_;
   bool reaped_ = false;
+  bool unwanted_ = false;
 };
 
 DialogChoice choiceOf(const std::string& answer) {
@@ -259,9 +270,9 @@ FaceResult runFace(const FaceCommand& command, const std::stop_token& stop) {
   if (command.limit) until = Clock::now() + *command.limit;
 
   FaceResult result;
-  const bool ended = face.await(until, true);
+  const bool ended = face.await(until, true, command.isWanted);
   if (!ended) {
-    result.cancelled = face.isStopped();
+    result.cancelled = face.isStopped() || face.isUnwanted();
     face.signal(SIGTERM);
     face.await(Clock::now() + kTimeToEnd, false);
   }

@@ -2,6 +2,7 @@
 #define SERVICES_DIALOG_FACEPROCESS_H
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -18,12 +19,13 @@ struct FaceCommand {
   std::string input;
   std::optional<UserAccount> user;            // nothing: whom this process runs as
   std::optional<std::chrono::seconds> limit;  // nothing: as long as it takes
+  std::function<bool()> isWanted;  // asked several times a second; must not wait. Empty: always
 };
 
 struct FaceResult {
   // What was chosen; declined for any end but the one above, and past the limit.
   DialogChoice choice = DialogChoice::decline;
-  // It was taken down because a stop was asked for, and chose nothing.
+  // It was taken down because a stop was asked for or nobody wanted it any more, and chose nothing.
   bool cancelled = false;
   // It was killed, by whomever, so that it cannot have cleaned up after itself.
   bool killed = false;

@@ -36,19 +36,18 @@ bool isSameMode(const termios& a, const termios& b) {
 
 }  // namespace
 
-Terminal::Terminal(std::string path, OwnedFd fd, const termios& mode)
-    : path_(std::move(path)), fd_(std::move(fd)), mode_(mode) {}
+Terminal::Terminal(pid_t process, dev_t device, std::string path, OwnedFd fd, const termios& mode)
+    : process_(process), device_(device), path_(std::move(path)), fd_(std::move(fd)), mode_(mode) {}
 
 std::optional<Terminal> Terminal::find(pid_t process, const UserAccount& user) {
-  if (const auto device = foregroundTerminalOf(process)) {
-    if (auto terminal = open(*device, user)) return terminal;
-  }
-  if (!isOwnUser(user)) return std::nullopt;
-  const auto device = foregroundTerminalOf(getpid());
-  return device ? open(*device, user) : std::nullopt;
+  if (auto terminal = openThatOf(process, user)) return terminal;
+  return isOwnUser(user) ? openThatOf(getpid(), user) : std::nullopt;
 }
 
-std::optional<Terminal> Terminal::open(dev_t device, const UserAccount& user) {
+std::optional<Terminal> Terminal::openThatOf(pid_t process, const UserAccount& user) {
+  const auto found = foregroundTerminalOf(process);
+  if (!found) return std::nullopt;
+  const dev_t device = *found;
   const std::string path = pathOf(device);
   const UserIdentity identity(user);
   OwnedFd fd(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
@@ -58,7 +57,11 @@ std::optional<Terminal> Terminal::open(dev_t device, const UserAccount& user) {
       status.st_rdev != device || status.st_uid != user.uid || tcgetattr(fd.get(), &mode) != 0) {
     return std::nullopt;
   }
-  return Terminal(path, std::move(fd), mode);
+  return Terminal(process, device, path, std::move(fd), mode);
+}
+
+bool Terminal::isInFront() const {
+  return foregroundTerminalOf(process_) == device_;
 }
 
 void Terminal::restore(bool broken) const {

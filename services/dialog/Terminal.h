@@ -20,6 +20,10 @@ class Terminal {
 
   const std::string& path() const { return path_; }
 
+  // Whether the process that it was found by still runs in its foreground, so that what is typed
+  // there is meant for it. Never waits.
+  bool isInFront() const;
+
   // Brings it back to what it was if whoever drew on it has ended without doing so, which a
   // changed mode shows and `broken` claims: its mode, the normal screen, cursor and colours.
   // What was typed into the dialog meanwhile is dropped, lest a shell take it for a command.
@@ -27,9 +31,11 @@ class Terminal {
   void restore(bool broken) const;
 
  private:
-  static std::optional<Terminal> open(dev_t device, const UserAccount& user);
-  Terminal(std::string path, OwnedFd fd, const termios& mode);
+  static std::optional<Terminal> openThatOf(pid_t process, const UserAccount& user);
+  Terminal(pid_t process, dev_t device, std::string path, OwnedFd fd, const termios& mode);
 
+  pid_t process_;
+  dev_t device_;
   std::string path_;
   OwnedFd fd_;
   termios mode_;

@@ -24,6 +24,7 @@ std::optional<DialogChoice> TerminalFace::show(const DialogModel& model, const A
   command.input = encodeDialogModel(model);
   if (!isOwnUser(audience.user)) command.user = audience.user;
   if (model.timeoutSeconds > 0) command.limit = std::chrono::seconds(model.timeoutSeconds);
+  command.isWanted = [&terminal] { return terminal->isInFront(); };
 
   const FaceResult result = runFace(command, stop);
   terminal->restore(result.killed);

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,6 +12,19 @@
 #include "platform/objects/ControlObject.h"
 
 namespace {
+
+// Becomes the foreground of the terminal when the pipe says so, as a shell does when its job has
+// died and left a child behind. Ends with the asker.
+[[noreturn]] void displace(const char* pipe, const char* terminal) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  char line = 0;
+  const int word = open(pipe, O_RDONLY);
+  if (read(word, &line, 1) != 1) _exit(1);
+  setpgid(0, 0);
+  (void)signal(SIGTTOU, SIG_IGN);
+  tcsetpgrp(open(terminal, O_RDWR), getpid());
+  for (;;) pause();
+}
 
 // The child's part: system calls only, since other threads may have held locks.
 [[noreturn]] void ask(const std::string& request, const DialogAsker::Options& options, int out) {
@@ -28,6 +42,9 @@ namespace {
     int status = 0;
     wait(&status);
     _exit(0);
+  }
+  if (!options.displacing.empty() && fork() == 0) {
+    displace(options.displacing.c_str(), options.terminal.c_str());
   }
   const int service = openControlObject("/pps/services/dialog/control?wait");
   if (write(service, request.data(), request.size()) != static_cast<ssize_t>(request.size())) {

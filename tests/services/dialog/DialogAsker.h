@@ -12,6 +12,8 @@ class DialogAsker {
     std::string terminal;                 // its controlling terminal; none when empty
     uid_t user = static_cast<uid_t>(-1);  // whom it becomes first, where given
     bool background = false;              // out of the foreground of its terminal
+    std::string displacing;               // a pipe; with a line from it another job comes to the
+                                          // foreground of its terminal
   };
 
   DialogAsker(const std::string& request, const Options& options);

@@ -117,6 +117,19 @@ TEST_F(DialogdTest, AskerInTheBackgroundIsDeclined) {
   EXPECT_THAT(DialogAsker(request(), options).answer(), HasSubstr(kDeclined));
 }
 
+// What is typed from then on is meant for whoever is in the foreground.
+TEST_F(DialogdTest, DialogOfAnAskerWhoLosesTheForegroundIsTakenDownAndDeclined) {
+  startWithFace("trap 'echo ended > $up; exit' TERM\necho shown > $up\ncat $go & wait\n");
+  Fifo displacing(files_.path("displacing"));
+  DialogAsker::Options options = onTerminal();
+  options.displacing = displacing.path();
+  DialogAsker asker(request(), options);
+  EXPECT_EQ("shown", up_.readLine());
+  displacing.writeLine("now");
+  EXPECT_EQ("ended", up_.readLine());
+  EXPECT_THAT(asker.answer(), HasSubstr(kDeclined));
+}
+
 TEST_F(DialogdTest, TerminalOfTheServiceServesAskersWithoutOne) {
   startWithFace("echo \"$2\" > $dir/terminal; echo once\n", {}, terminal_.path());
   EXPECT_THAT(ask(request()), HasSubstr(kOnce));
