@@ -1,5 +1,6 @@
 #include "services/dialog/UserIdentity.h"
 
+#include <linux/capability.h>
 #include <sys/fsuid.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -37,6 +38,25 @@ bool setFileUser(uid_t uid) {
   return static_cast<uid_t>(setfsuid(static_cast<uid_t>(-1))) == uid;
 }
 
+using Privileges = UserIdentity::Privileges;
+
+bool getPrivileges(Privileges* privileges) {
+  __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+  __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
+  if (syscall(SYS_capget, &header, data) != 0) return false;
+  *privileges = {data[0].effective, data[1].effective};
+  return true;
+}
+
+// Those that it keeps in reserve can be had back.
+bool usePrivileges(const Privileges& privileges) {
+  __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+  __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
+  if (syscall(SYS_capget, &header, data) != 0) return false;
+  for (std::size_t i = 0; i < privileges.size(); ++i) data[i].effective = privileges[i];
+  return syscall(SYS_capset, &header, data) == 0;
+}
+
 std::vector<gid_t> ownGroups() {
   std::vector<gid_t> groups(static_cast<std::size_t>(getgroups(0, nullptr)));
   if (getgroups(static_cast<int>(groups.size()), groups.data()) < 0) {
@@ -54,8 +74,15 @@ UserIdentity::UserIdentity(const UserAccount& user) : gid_(getegid()), uid_(gete
                              " nothing");
   }
   groups_ = ownGroups();
+  if (!getPrivileges(&privileges_)) {
+    throw std::runtime_error("the dialog service cannot tell its own rights");
+  }
   changed_ = true;
-  if (setThreadGroups(user.groups) && setFileGroup(user.gid) && setFileUser(user.uid)) return;
+  // What root may do beside files, such as looking into processes, opens files as well.
+  if (setThreadGroups(user.groups) && setFileGroup(user.gid) && setFileUser(user.uid) &&
+      usePrivileges({})) {
+    return;
+  }
   giveUp();
   throw std::runtime_error("the dialog service cannot act for " + user.name);
 }
@@ -65,7 +92,10 @@ UserIdentity::~UserIdentity() {
 }
 
 void UserIdentity::giveUp() const {
-  if (setFileUser(uid_) && setFileGroup(gid_) && setThreadGroups(groups_)) return;
+  if (usePrivileges(privileges_) && setFileUser(uid_) && setFileGroup(gid_) &&
+      setThreadGroups(groups_)) {
+    return;
+  }
   (void)fputs("trust-dialogd: cannot return to its own rights\n", stderr);
   std::_Exit(EXIT_FAILURE);
 }

@@ -3,14 +3,16 @@
 
 #include <sys/types.h>
 
+#include <array>
+#include <cstdint>
 #include <vector>
 
 #include "services/dialog/UserAccount.h"
 
-// While it lives, the files that this thread opens are opened with the rights of another user,
-// so that nobody can have a file read that he could not read himself. For a user that this
-// process runs as anyway it does nothing. Other threads keep their rights. When the own rights
-// cannot be had back, the process ends at once.
+// While it lives, the files that this thread opens are opened with the rights of another user, and
+// with no privilege besides, so that nobody can have a file read that he could not read himself.
+// For a user that this process runs as anyway it does nothing. Other threads keep their rights.
+// When the own rights cannot be had back, the process ends at once.
 class UserIdentity {
  public:
   // Throws std::runtime_error, fit for an answer to the user, when this process may not act
@@ -20,11 +22,14 @@ class UserIdentity {
   UserIdentity(const UserIdentity&) = delete;
   UserIdentity& operator=(const UserIdentity&) = delete;
 
+  using Privileges = std::array<std::uint32_t, 2>;  // the capabilities in effect, as bits
+
  private:
   void giveUp() const;
 
   bool changed_ = false;
   std::vector<gid_t> groups_;
+  Privileges privileges_ = {};
   gid_t gid_;
   uid_t uid_;
 };

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <stdexcept>
 #include <string>
@@ -48,10 +49,34 @@ TEST_F(UserIdentityTest, OtherUsersRightsCountWhileItLives) {
   EXPECT_FALSE(canRead());
 }
 
+// The links of processes lead to files past folders that are closed to him.
+TEST_F(UserIdentityTest, ProcessesOfOthersAreClosedWhileItLives) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root acts for others";
+  const std::string link = "/proc/" + std::to_string(getppid()) + "/cwd";
+  const UserIdentity identity(lookUpUser(kStranger, kStranger));
+  char target[1];
+  EXPECT_EQ(-1, readlink(link.c_str(), target, sizeof target));
+}
+
 TEST_F(UserIdentityTest, OwnRightsReturnAtItsEnd) {
   if (geteuid() != 0) GTEST_SKIP() << "only root acts for others";
   { const UserIdentity identity(lookUpUser(kStranger, kStranger)); }
   EXPECT_TRUE(canRead());
+}
+
+TEST_F(UserIdentityTest, AllPrivilegesReturnAtItsEnd) {
+  const auto privileges = [] {
+    std::ifstream status("/proc/thread-self/status");
+    std::string all;
+    for (std::string line; std::getline(status, line);) {
+      if (line.rfind("Cap", 0) == 0 || line.rfind("Groups", 0) == 0) all += line;
+    }
+    return all;
+  };
+  if (geteuid() != 0) GTEST_SKIP() << "only root acts for others";
+  const std::string before = privileges();
+  { const UserIdentity identity(lookUpUser(kStranger, kStranger)); }
+  EXPECT_EQ(before, privileges());
 }
 
 TEST_F(UserIdentityTest, OtherThreadsKeepTheirRights) {
