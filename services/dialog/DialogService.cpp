@@ -23,7 +23,7 @@ Audience audienceOf(const ControlRequest& request) {
   if (request.pid <= 0 || request.uid == static_cast<uid_t>(-1)) {
     throw std::runtime_error("the system does not tell who asks");
   }
-  return {request.pid, lookUpUser(request.uid, request.gid)};
+  return {request.pid, lookUpUser(request.uid, request.gid), request.gid};
 }
 
 std::vector<CertificateDer> readChain(const std::vector<std::string>& paths,

@@ -13,6 +13,7 @@
 struct Audience {
   pid_t process = 0;  // which asks
   UserAccount user;   // whom it runs as
+  gid_t group = 0;    // which it runs in, perhaps not the user's usual one
 };
 
 // Puts a dialog before a user. All is safe from several threads.

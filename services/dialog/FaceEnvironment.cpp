@@ -25,7 +25,10 @@ Variables ownEnvironment() {
 }
 
 std::optional<Variables> askersEnvironment(const Audience& audience) {
-  const UserIdentity identity(audience.user);
+  // A process may be looked into only by who is in its group, too.
+  UserAccount reader = audience.user;
+  reader.gid = audience.group;
+  const UserIdentity identity(reader);
   return environmentOf(audience.process);
 }
 

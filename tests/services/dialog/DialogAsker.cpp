@@ -29,11 +29,13 @@ namespace {
 // The child's part: system calls only, since other threads may have held locks.
 [[noreturn]] void ask(const std::string& request, const DialogAsker::Options& options, int out) {
   setsid();
+  const gid_t group = options.group == static_cast<gid_t>(-1) ? options.user : options.group;
   if (options.user != static_cast<uid_t>(-1) &&
-      (setresgid(options.user, options.user, options.user) != 0 ||
+      (setresgid(group, group, group) != 0 ||
        setresuid(options.user, options.user, options.user) != 0)) {
     _exit(1);
   }
+  prctl(PR_SET_DUMPABLE, 1);  // as if it had been started by that user
   if (!options.terminal.empty() && open(options.terminal.c_str(), O_RDWR) == -1) _exit(1);
   // A group of its own is not the terminal's foreground; only the leader of a session cannot
   // leave his, so a child asks.

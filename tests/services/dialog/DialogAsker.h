@@ -9,11 +9,12 @@
 class DialogAsker {
  public:
   struct Options {
-    std::string terminal;                 // its controlling terminal; none when empty
-    uid_t user = static_cast<uid_t>(-1);  // whom it becomes first, where given
-    bool background = false;              // out of the foreground of its terminal
-    std::string displacing;               // a pipe; with a line from it another job comes to the
-                                          // foreground of its terminal
+    std::string terminal;                  // its controlling terminal; none when empty
+    uid_t user = static_cast<uid_t>(-1);   // whom it becomes first, where given
+    gid_t group = static_cast<gid_t>(-1);  // which it enters first, in place of the user's number
+    bool background = false;               // out of the foreground of its terminal
+    std::string displacing;                // a pipe; with a line from it another job comes to the
+                                           // foreground of its terminal
   };
 
   DialogAsker(const std::string& request, const Options& options);

@@ -10,6 +10,7 @@
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 constexpr uid_t kStranger = 64123;
@@ -57,6 +58,19 @@ TEST_F(DialogdUserTest, FaceRunsAsTheAskingUser) {
   startWithFace("id -u > $dir/user; id -g >> $dir/user; id -G >> $dir/user; echo once\n");
   EXPECT_THAT(DialogAsker(request(), options_).answer(), HasSubstr(kOnce));
   EXPECT_EQ("64123\n64123\n64123\n", contentOf("user"));
+}
+
+// As in a shell that newgrp has started.
+TEST_F(DialogdUserTest, EnvironmentOfAnAskerInAnotherGroupIsRead) {
+  constexpr uid_t kNobody = 65534;  // the user database has another group for him
+  const PseudoTerminal nobodys(kNobody);
+  options_.user = kNobody;
+  options_.group = kStranger;
+  options_.terminal = nobodys.path();
+  setenv("TERM", "of-the-service", 1);
+  startWithFace("env > $dir/environment\n");
+  DialogAsker(request(), options_).answer();
+  EXPECT_THAT(contentOf("environment"), AllOf(HasSubstr("PATH="), Not(HasSubstr("TERM=of-the"))));
 }
 
 // Whoever the face runs as can take over what it has open.
