@@ -20,7 +20,8 @@
 // another. A writer that is killed may leave a file ending in ".new", which nothing reads.
 //
 // One lock a store: lookups run side by side, and changes alone. Other stores, and other
-// processes, over the same directory may add at the same time without harm; what clear()
+// processes, over the same directory may add at the same time without harm (on a file system
+// without hard links, one of two different records of one hash may be lost); what clear()
 // removes while they look is gone for them too.
 class TRUSTLIB_EXPORT FileCertificateExceptionStore : public CertificateExceptionStore {
  public:

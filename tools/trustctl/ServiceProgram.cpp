@@ -59,6 +59,6 @@ std::string findServiceProgram(const ServiceProgram& program) {
   throw CommandError(
       ExitStatus::undecided,
       fmt::format("the program {}, which {}, is not installed: looked beside trustctl, in "
-                  "../sbin, ../libexec/trustlib and PATH; install it, or set {} to its path",
-                  program.name, program.purpose, program.variable));
+                  "../sbin, ../libexec/trustlib and PATH; install it, or set {} to its path{}",
+                  program.name, program.purpose, program.variable, program.otherwise));
 }
