@@ -17,20 +17,15 @@
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
 
+#include "services/common/OpenSslOwners.h"
+
 namespace {
 
 // Our own corner of the documentation arc; nobody implements it.
 constexpr const char* kUnknownOid = "2.999.7.1";
 
-template <auto Free>
-struct Deleter {
-  template <typename T>
-  void operator()(T* object) const {
-    Free(object);
-  }
-};
 template <typename T, auto Free>
-using Owner = std::unique_ptr<T, Deleter<Free>>;
+using Owner = OpenSslOwner<T, Free>;
 
 [[noreturn]] void fail(const char* what) {
   char reason[256];
