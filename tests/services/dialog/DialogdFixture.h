@@ -16,9 +16,9 @@
 #include <gtest/gtest.h>
 
 #include "tests/services/dialog/DialogAsker.h"
+#include "tests/support/CertificateMaker.h"
 #include "tests/support/Fifo.h"
 #include "tests/support/PseudoTerminal.h"
-#include "tests/support/CertificateMaker.h"
 #include "tests/support/ServiceProcess.h"
 #include "tests/support/TemporaryDirectory.h"
 
