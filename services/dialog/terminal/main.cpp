@@ -56,7 +56,7 @@ void printChoice(DialogChoice choice) {
 
 int main(int argc, char** argv) {
   exitOnSignals();
-  setlocale(LC_ALL, "");  // decides on the characters that can be shown
+  (void)setlocale(LC_ALL, "");  // decides on the characters that can be shown
   Options options;
   CLI::App app("Shows a certificate dialog on a terminal", "trust-dialog-terminal");
   try {
