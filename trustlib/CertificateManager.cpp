@@ -24,6 +24,13 @@ void appendArray(const std::list<std::string>& texts, std::string* request) {
   request->append("]");
 }
 
+// Stands in the answer's attributes.
+void openAnswer(char* response, PpsDecoder* decoder) {
+  decoder->initialize(nullptr);
+  decoder->parsePpsStr(response);
+  decoder->push(nullptr, true);
+}
+
 }  // namespace
 
 CertificateManager::CertificateManager() TRUSTLIB_THROWS(TrustManagerException) {}
@@ -72,9 +79,7 @@ void CertificateManager::createGetCertDetailsPpsRequest(
 
 CertificateDetails* CertificateManager::parseGetCertDetailsPpsResponse(char* response) {
   PpsDecoder decoder;
-  decoder.initialize(nullptr);
-  decoder.parsePpsStr(response);
-  decoder.push(nullptr, true);
+  openAnswer(response, &decoder);
 
   std::string error;
   if (decoder.getString("err", &error, false)) {
@@ -160,9 +165,7 @@ void CertificateManager::createShowDialogPpsRequest(const std::list<std::string>
 
 int CertificateManager::parseShowDialogPpsResponse(char* response) {
   PpsDecoder decoder;
-  decoder.initialize(nullptr);
-  decoder.parsePpsStr(response);
-  decoder.push(nullptr, true);
+  openAnswer(response, &decoder);
 
   std::string error;
   if (decoder.getString("err", &error, false)) {

@@ -4,16 +4,9 @@
 #include <string>
 
 #include "services/common/TextWriter.h"
+#include "services/common/WarningTexts.h"
 
-namespace {
-
-std::list<std::string> namesOf(Warnings warnings) {
-  std::list<std::string> names;
-  CertificateWarnings::appendNames(warnings, &names);
-  return names;
-}
-
-}  // namespace
+namespace {}  // namespace
 
 std::string CertDetailsAnswer::encode() const {
   TextWriter writer(TextWriter::Form::attributes);
@@ -24,7 +17,7 @@ std::string CertDetailsAnswer::encode() const {
   writer.addArray("subjectCommonName", commonNames);
   writer.addArray("subjectAltNames", subjectAltNames);
   writer.add("validity", warnings == 0 ? "VALID" : "INVALID");
-  if (warnings != 0) writer.addArray("warnings", namesOf(warnings));
+  if (warnings != 0) writer.addArray("warnings", namesOfWarnings(warnings));
   writer.addArray("chain", chain);
   writer.endObject();
   return writer.text();

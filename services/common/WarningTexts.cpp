@@ -133,3 +133,9 @@ std::vector<const WarningText*> textsOf(unsigned long long warnings) {
   }
   return found;
 }
+
+std::list<std::string> namesOfWarnings(unsigned long long warnings) {
+  std::list<std::string> names;
+  CertificateWarnings::appendNames(warnings, &names);
+  return names;
+}

@@ -1,6 +1,8 @@
 #ifndef SERVICES_COMMON_WARNINGTEXTS_H
 #define SERVICES_COMMON_WARNINGTEXTS_H
 
+#include <list>
+#include <string>
 #include <vector>
 
 #include "trustlib/CertificateWarnings.h"
@@ -24,5 +26,8 @@ const std::vector<WarningText>& warningTexts();
 
 // The texts of the warnings that are set, in ascending bit order. Unknown bits give nothing.
 std::vector<const WarningText*> textsOf(unsigned long long warnings);
+
+// The names of the warnings that are set, likewise.
+std::list<std::string> namesOfWarnings(unsigned long long warnings);
 
 #endif

@@ -3,6 +3,8 @@
 
 #include <sys/types.h>
 
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -38,5 +40,9 @@ class ServiceProcess {
   bool ready_ = false;
   int errors_ = -1;  // an unnamed file
 };
+
+// Whether the service that `start` starts from a child process listens, and ends when that
+// process is killed. Waits for its end without limit.
+bool endsWithItsParent(const std::function<std::unique_ptr<ServiceProcess>()>& start);
 
 #endif

@@ -120,13 +120,7 @@ TEST_F(DecisionRoad, RevokedChainIsRefusedWithoutAQuestion) {
 
 TEST_F(DecisionRoad, BlacklistedChainIsRefusedWithoutAQuestion) {
   startDialog("echo once");
-  const TestCertificate leaf = CertificateMaker("host.test")
-                                   .asServer()
-                                   .dns("host.test")
-                                   .issuedBy(road.interByRoot)
-                                   .serial({0x95, 0x32, 0x18, 0xb7, 0x04, 0xcc, 0x62, 0xb2, 0x40,
-                                            0xa4, 0xd0, 0x18, 0x0e, 0x81, 0x93, 0xf2})
-                                   .make();
+  const TestCertificate leaf = road.blacklistedLeafFor("host.test");
   EXPECT_FALSE(verify(leaf));
   EXPECT_EQ(0U, questions());
 }

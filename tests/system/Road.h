@@ -36,6 +36,17 @@ class Road {
     return CertificateMaker(host).asServer().dns(host).issuedBy(interByRoot).make();
   }
 
+  // The same with a serial number that the built-in blacklist has.
+  TestCertificate blacklistedLeafFor(const std::string& host) const {
+    return CertificateMaker(host)
+        .asServer()
+        .dns(host)
+        .issuedBy(interByRoot)
+        .serial({0x95, 0x32, 0x18, 0xb7, 0x04, 0xcc, 0x62, 0xb2, 0x40, 0xa4, 0xd0, 0x18, 0x0e, 0x81,
+                 0x93, 0xf2})
+        .make();
+  }
+
   std::unique_ptr<CertificateTrustInfo> verify(const TestCertificate& leaf,
                                                const std::string& domain) const {
     Chain chain{leaf.derString(), interByRoot.derString()};

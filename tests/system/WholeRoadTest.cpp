@@ -63,13 +63,7 @@ TEST_F(WholeRoad, ExpiredCertificateOfAnotherSiteShowsBoth) {
 
 TEST_F(WholeRoad, BlacklistedSerialIsRevoked) {
   road.start();
-  const TestCertificate leaf = CertificateMaker("host.test")
-                                   .asServer()
-                                   .dns("host.test")
-                                   .issuedBy(road.interByRoot)
-                                   .serial({0x95, 0x32, 0x18, 0xb7, 0x04, 0xcc, 0x62, 0xb2, 0x40,
-                                            0xa4, 0xd0, 0x18, 0x0e, 0x81, 0x93, 0xf2})
-                                   .make();
+  const TestCertificate leaf = road.blacklistedLeafFor("host.test");
   Chain chain{leaf.derString(), road.interByRoot.derString()};
   TrustEngineImpl engine(chain.list());
   engine.setCertificateBlacklist(DefaultCertificateBlacklist::getInstance());

@@ -9,22 +9,12 @@
 #include "tests/support/Throws.h"
 #include "tests/trustlib/Chains.h"
 #include "tests/trustlib/NullDerCertificate.h"
-#include "trustlib/util/Utilities.h"
+#include "tests/trustlib/RecordHash.h"
 
 namespace {
 
 const std::string domain("host.test");
 const std::string upperDomain("HOST.test");
-
-std::string hashOf(const CertificateException& exception) {
-  unsigned char* digest = nullptr;
-  unsigned int length = 0;
-  EXPECT_EQ(0, exception.hash(&digest, &length));
-  std::string hex;
-  Utilities::binaryToHex(digest, length, &hex);
-  free(digest);
-  return hex;
-}
 
 TEST(CertificateExceptionImpl, RecordsMadeAlikeAreEqualAndHashAlike) {
   Chain chain{"leaf", "root"};

@@ -8,8 +8,8 @@
 
 #include "tests/support/Throws.h"
 #include "tests/trustlib/Chains.h"
+#include "tests/trustlib/RecordHash.h"
 #include "trustlib/CertificateExceptionImpl.h"
-#include "trustlib/util/Utilities.h"
 
 namespace {
 
@@ -31,16 +31,6 @@ std::unique_ptr<CertificateException> decoded(const std::string& text) {
   codec.decode(reinterpret_cast<const unsigned char*>(text.data()),
                static_cast<unsigned int>(text.size()), &exception);
   return std::unique_ptr<CertificateException>(exception);
-}
-
-std::string hashOf(const CertificateException& exception) {
-  unsigned char* digest = nullptr;
-  unsigned int length = 0;
-  EXPECT_EQ(0, exception.hash(&digest, &length));
-  std::string hex;
-  Utilities::binaryToHex(digest, length, &hex);
-  free(digest);
-  return hex;
 }
 
 // A record that has no chain at all, which only another implementation can be.

@@ -3,6 +3,7 @@
 #include "services/common/PrintableText.h"
 #include "services/common/TextWriter.h"
 #include "services/common/TimeText.h"
+#include "services/common/WarningTexts.h"
 #include "tools/trustctl/VerdictReport.h"
 #include "trustlib/CertificateWarnings.h"
 
@@ -35,12 +36,6 @@ std::string timeText(const std::optional<std::int64_t>& time) {
   return time ? formatTime(*time) : std::string();
 }
 
-std::list<std::string> namesOf(unsigned long long warnings) {
-  std::list<std::string> names;
-  CertificateWarnings::appendNames(warnings, &names);
-  return names;
-}
-
 void addChain(TextWriter* object, const std::vector<CertificateView>& chain) {
   object->startArray("chain");
   for (const CertificateView& certificate : chain) {
@@ -67,7 +62,7 @@ std::string writeJsonReport(const Verdict& verdict, const ReportContext& context
     object.add("decision", decisionWord(*verdict.decision));
   }
   object.add("revoked", verdict.revoked);
-  object.addArray("warnings", namesOf(verdict.warnings));
+  object.addArray("warnings", namesOfWarnings(verdict.warnings));
   object.add("serial", verdict.chain.empty() ? std::string() : verdict.chain.front().serial);
   addChain(&object, verdict.chain);
   return finish(&object);

@@ -1,31 +1,23 @@
 #include "tools/trustctl/ServiceProgram.h"
 
 #include <stdlib.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <sstream>
-#include <system_error>
 #include <vector>
 
 #include <fmt/format.h>
 
 #include "services/common/PrintableText.h"
+#include "services/common/ProgramFiles.h"
 #include "tools/trustctl/CommandError.h"
 
 namespace {
 
-bool isProgram(const std::filesystem::path& path) {
-  std::error_code error;
-  return std::filesystem::is_regular_file(path, error) && access(path.c_str(), X_OK) == 0;
-}
-
 std::vector<std::filesystem::path> placesToLook() {
   std::vector<std::filesystem::path> places;
-  std::error_code error;
-  const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
-  if (!error) {
-    const std::filesystem::path own = self.parent_path();
+  const std::filesystem::path own = ownProgramDirectory();
+  if (!own.empty()) {
     places.push_back(own);
     places.push_back(own.parent_path() / "sbin");
     places.push_back(own.parent_path() / "libexec" / "trustlib");

@@ -1,7 +1,6 @@
 // How the real program starts and ends.
 #include <stdlib.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -90,23 +89,10 @@ TEST_F(CertmgrdTest, EphemeralServiceRefusesADirectoryWithContentAndLeavesIt) {
 
 TEST_F(CertmgrdTest, EphemeralServiceEndsWithItsParent) {
   const std::string runtime = files_.path("private");
-  int alive[2];  // its writing end is held by the parent and the service, and nobody else
-  ASSERT_EQ(0, pipe(alive));
-  const pid_t parent = fork();
-  if (parent == 0) {
-    close(alive[0]);
-    const ServiceProcess service({"--ephemeral", "--runtime-dir=" + runtime});
-    (void)!::write(alive[1], service.isReady() ? "y" : "n", 1);
-    for (;;) pause();
-  }
-  close(alive[1]);
-  char byte = 0;
-  ASSERT_EQ(1, read(alive[0], &byte, 1));
-  EXPECT_EQ('y', byte);
-  kill(parent, SIGKILL);
-  waitpid(parent, nullptr, 0);
-  EXPECT_EQ(0, read(alive[0], &byte, 1));  // returns when the service has ended
-  close(alive[0]);
+  EXPECT_TRUE(endsWithItsParent([&] {
+    return std::make_unique<ServiceProcess>(
+        std::vector<std::string>{"--ephemeral", "--runtime-dir=" + runtime});
+  }));
   EXPECT_FALSE(std::filesystem::exists(runtime));
 }
 

@@ -1,11 +1,12 @@
 // The real program: its options, its life, and what it refuses.
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "tests/services/dialog/DialogdFixture.h"
 
@@ -135,23 +136,10 @@ TEST_F(DialogdTest, FaceProgramThatIsNoneIsRefusedAtTheStart) {
 }
 
 TEST_F(DialogdTest, ServiceThatFollowsItsParentEndsWithIt) {
-  int alive[2];  // its writing end is held by the parent and the service, and nobody else
-  ASSERT_EQ(0, pipe(alive));
-  const pid_t parent = fork();
-  if (parent == 0) {
-    close(alive[0]);
-    const ServiceProcess service(DIALOGD, {"--face=policy:once", "--follow-parent"});
-    (void)!::write(alive[1], service.isReady() ? "y" : "n", 1);
-    for (;;) pause();
-  }
-  close(alive[1]);
-  char byte = 0;
-  ASSERT_EQ(1, read(alive[0], &byte, 1));
-  EXPECT_EQ('y', byte);
-  kill(parent, SIGKILL);
-  waitpid(parent, nullptr, 0);
-  EXPECT_EQ(0, read(alive[0], &byte, 1));  // returns when the service has ended
-  close(alive[0]);
+  EXPECT_TRUE(endsWithItsParent([] {
+    return std::make_unique<ServiceProcess>(
+        DIALOGD, std::vector<std::string>{"--face=policy:once", "--follow-parent"});
+  }));
 }
 
 }  // namespace
