@@ -1,5 +1,3 @@
-#include <algorithm>
-#include <cstdio>
 #include <memory>
 #include <string>
 
@@ -9,53 +7,30 @@
 #include "services/common/PrintableText.h"
 #include "services/common/WarningTexts.h"
 #include "tools/trustctl/Command.h"
+#include "tools/trustctl/Page.h"
 #include "tools/trustctl/Suggestion.h"
 #include "tools/trustctl/WarningWords.h"
 
 namespace {
-
-constexpr std::size_t pageColumns = 80;
 
 constexpr const char* help =
     "Examples:\n"
     "  trustctl explain                 all warnings, one line each\n"
     "  trustctl explain CERT_EXPIRY     one of them in full\n";
 
-// Breaks plain words at spaces.
-std::string wrapped(const std::string& text, std::size_t indent) {
-  std::string out;
-  std::size_t column = pageColumns;  // the first word opens the first line
-  std::size_t start = 0;
-  while (start < text.size()) {
-    const std::size_t end = std::min(text.find(' ', start), text.size());
-    const std::size_t length = end - start;
-    if (column + 1 + length > pageColumns) {
-      out += (out.empty() ? "" : "\n") + std::string(indent, ' ');
-      column = indent;
-    } else {
-      out += ' ';
-      ++column;
-    }
-    out.append(text, start, length);
-    column += length;
-    start = end + 1;
-  }
-  return out;
-}
-
 void printAll() {
-  fmt::print("The warnings that a verdict may carry:\n\n");
+  print("The warnings that a verdict may carry:\n\n");
   for (const WarningText& text : warningTexts()) {
-    fmt::print("  {}\n{}\n", warningName(text), wrapped(text.summary, 6));
+    print(fmt::format("  {}\n{}\n", warningName(text), wrapped(text.summary, 6)));
   }
-  fmt::print("\nIn full: trustctl explain NAME\n");
+  print("\nIn full: trustctl explain NAME\n");
 }
 
 void printOne(const WarningText& text) {
   const auto part = [](const char* title, const char* words) {
-    fmt::print("\n{}\n{}\n", title, wrapped(words, 4));
+    print(fmt::format("\n{}\n{}\n", title, wrapped(words, 4)));
   };
-  fmt::print("{}\n{}\n", warningName(text), wrapped(text.summary, 4));
+  print(fmt::format("{}\n{}\n", warningName(text), wrapped(text.summary, 4)));
   part("What it means", text.meaning);
   part("What an attacker could do", text.attack);
   part("The usual innocent cause", text.cause);

@@ -1,27 +1,20 @@
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "services/common/PrintableText.h"
 #include "services/common/TimeText.h"
 #include "services/common/WarningTexts.h"
+#include "tools/trustctl/Page.h"
 #include "tools/trustctl/VerdictReport.h"
 
 namespace {
 
-constexpr std::size_t pageColumns = 80;
 constexpr std::size_t labelColumns = 14;  // where the values of a certificate begin
-constexpr std::size_t domainColumns = 60;
-constexpr std::size_t linesPerName = 3;
-
-constexpr const char* red = "\x1b[1;31m";
-constexpr const char* green = "\x1b[1;32m";
-constexpr const char* yellow = "\x1b[33m";
-
-std::string painted(const char* colour, const std::string& text, const ReportContext& context) {
-  return context.colours ? fmt::format("{}{}\x1b[0m", colour, text) : text;
-}
 
 std::string shownDomain(const ReportContext& context) {
-  return fitLines(escapeText(*context.domain), domainColumns, 1).front();
+  return fitLines(escapeText(*context.domain), std::max<std::size_t>(context.columns - 14, 40), 1)
+      .front();
 }
 
 const char* decisionText(Decision decision) {
@@ -38,8 +31,8 @@ const char* decisionText(Decision decision) {
 }
 
 void writeVerdict(const Verdict& verdict, const ReportContext& context, std::string* out) {
-  const std::string word =
-      verdict.trusted ? painted(green, "TRUSTED", context) : painted(red, "NOT TRUSTED", context);
+  const std::string word = verdict.trusted ? painted(Colour::green, "TRUSTED", context.colours)
+                                           : painted(Colour::red, "NOT TRUSTED", context.colours);
   const std::string domain = context.domain ? shownDomain(context) : "(no domain was checked)";
   *out += fmt::format("{}  {}\n", word, domain);
   if (context.timeGiven) {
@@ -62,14 +55,14 @@ void writeReasons(const Verdict& verdict, const ReportContext& context, std::str
   }
   *out += "\nWhy:\n";
   for (const WarningText* reason : reasons) {
-    const std::string name = painted(yellow, warningName(*reason), context);
-    *out += fmt::format("  {}\n      {}\n", name, reason->summary);
+    const std::string name = painted(Colour::yellow, warningName(*reason), context.colours);
+    *out += fmt::format("  {}\n{}\n", name, wrapped(reason->summary, 6, context.columns));
   }
 }
 
-void writeField(const char* label, const std::string& escaped, std::string* out) {
-  const std::string shown = escaped.empty() ? "(empty)" : escaped;
-  for (const std::string& line : fitLines(shown, pageColumns - labelColumns, linesPerName)) {
+void writeField(const char* label, const std::string& escaped, const ReportContext& context,
+                std::string* out) {
+  for (const std::string& line : fieldLines(escaped, context.columns - labelColumns)) {
     *out += fmt::format("    {:<{}}{}\n", label, labelColumns - 4, line);
     label = "";
   }
@@ -84,7 +77,7 @@ void writeValidity(const CertificateView& certificate, const ReportContext& cont
   writeField(
       "valid",
       fmt::format("{} to {}", timeText(certificate.notBefore), timeText(certificate.notAfter)),
-      out);
+      context, out);
   std::string outside;
   if (certificate.notAfter && *certificate.notAfter < context.time) {
     outside = fmt::format("EXPIRED {} before the check",
@@ -94,7 +87,8 @@ void writeValidity(const CertificateView& certificate, const ReportContext& cont
                           formatSpan(*certificate.notBefore - context.time));
   }
   if (!outside.empty()) {
-    *out += fmt::format("    {:<{}}{}\n", "", labelColumns - 4, painted(red, outside, context));
+    *out += fmt::format("    {:<{}}{}\n", "", labelColumns - 4,
+                        painted(Colour::red, outside, context.colours));
   }
 }
 
@@ -103,10 +97,10 @@ void writePath(const Verdict& verdict, const ReportContext& context, std::string
   std::size_t number = 0;
   for (const CertificateView& certificate : verdict.chain) {
     *out += fmt::format("  {}.\n", ++number);
-    writeField("subject", certificate.subject, out);
-    writeField("issued by", certificate.issuer, out);
+    writeField("subject", certificate.subject, context, out);
+    writeField("issued by", certificate.issuer, context, out);
     writeValidity(certificate, context, out);
-    writeField("SHA-256", certificate.sha256, out);
+    writeField("SHA-256", certificate.sha256, context, out);
   }
 }
 

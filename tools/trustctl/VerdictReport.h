@@ -2,10 +2,12 @@
 #define TOOLS_TRUSTCTL_VERDICTREPORT_H
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
-#include "tools/trustctl/Verification.h"
+#include "tools/trustctl/CommandError.h"
+#include "tools/trustctl/Judging.h"
 
 // What a report says besides the verdict.
 struct ReportContext {
@@ -13,10 +15,11 @@ struct ReportContext {
   std::int64_t time = 0;              // the moment of the check, seconds since 1970
   bool timeGiven = false;             // --at: say so
   bool colours = false;
+  std::size_t columns = 80;  // for the text; at least 40
 };
 
-// The report for people: verdict, reasons, certificate path; lines of at most 80 columns, each
-// ended. Texts from outside stand behind a label or an indentation and never begin a line.
+// The report for people: verdict, reasons, certificate path; lines of at most so many columns,
+// each ended. Texts from outside stand behind a label or an indentation and never begin a line.
 std::string writeTextReport(const Verdict& verdict, const ReportContext& context);
 
 // The report for programs: one JSON object on one line, ended; see docs/trustctl.md.
@@ -24,5 +27,10 @@ std::string writeJsonReport(const Verdict& verdict, const ReportContext& context
 
 // The same where there is no verdict: "domain" (when one was asked for) and "error".
 std::string writeJsonError(const std::string& error, const std::optional<std::string>& domain);
+
+// Has `judge` find the verdict and prints its report in the form that the options ask for. With
+// JSON a CommandError is printed there too before it goes on.
+ExitStatus reportVerdict(const JudgingOptions& options, const std::optional<std::string>& domain,
+                         const std::function<Verdict()>& judge);
 
 #endif

@@ -2,34 +2,22 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <clocale>
 #include <cstdio>
 #include <exception>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
 #include "services/common/PrintableText.h"
-#include "tools/trustctl/Command.h"
+#include "tools/trustctl/CommandWords.h"
 #include "tools/trustctl/Interruption.h"
-#include "tools/trustctl/Suggestion.h"
+#include "tools/trustctl/Page.h"
+#include "tools/trustctl/Program.h"
 
 namespace {
-
-constexpr const char* help =
-    "Examples:\n"
-    "  trustctl verify --domain example.org chain.pem\n"
-    "      May the chain in chain.pem be trusted for example.org?\n"
-    "  openssl s_client -connect example.org:443 -servername example.org -showcerts </dev/null |\n"
-    "      trustctl verify --domain example.org -\n"
-    "      The same for what a server sends.\n"
-    "  trustctl explain NO_TRUSTED\n"
-    "      What a warning means, and what to do about it.\n\n"
-    "More about a command: trustctl COMMAND --help\n\n"
-    "Exit status: 0 trusted (or done), 1 not trusted, 2 wrong use or unusable input,\n"
-    "3 no verdict could be had.\n";
 
 // A descriptor that is opened later must not become one of the three standard ones.
 void openStandardDescriptors() {
@@ -43,81 +31,33 @@ void openStandardDescriptors() {
 }
 
 int complain(ExitStatus status, const std::string& text) {
-  fmt::print(stderr, "trustctl: {}\n", text);
+  printComplaint(text);
   return static_cast<int>(status);
 }
 
-std::vector<std::string> commandNames(const CLI::App& program) {
-  std::vector<std::string> names;
-  for (const CLI::App* command : program.get_subcommands({})) {
-    names.push_back(command->get_name());
-  }
-  return names;
-}
-
-void requireKnownCommand(const CLI::App& program, int argc, char** argv) {
-  if (argc < 2) {
-    throw CommandError(ExitStatus::wrongUse,
-                       "say what to do: verify or explain; learn more with: trustctl --help");
-  }
-  const std::string word = argv[1];
-  const std::vector<std::string> names = commandNames(program);
-  if (!word.empty() && word.front() == '-') {
-    return;  // an option of the program itself
-  }
-  if (std::find(names.begin(), names.end(), word) == names.end()) {
-    throw CommandError(ExitStatus::wrongUse,
-                       fmt::format("there is no command '{}'{}; learn more with: trustctl --help",
-                                   printableText(word), didYouMean(word, names)));
-  }
-}
-
-// CLI11 would take the next argument for the value of "--option=".
-void requireValuesBehindEqualsSigns(int argc, char** argv) {
-  for (int i = 1; i < argc && std::string_view(argv[i]) != "--"; ++i) {
-    const std::string_view word = argv[i];
-    if (word.substr(0, 2) == "--" && word.find('=') == word.size() - 1) {
-      throw CommandError(ExitStatus::wrongUse,
-                         fmt::format("{}: the value is empty; give one or leave the option out",
-                                     printableText(word.substr(0, word.size() - 1))));
-    }
-  }
-}
-
 // Of what CLI11 says only the text is used: how the program speaks and exits is its own.
-int explainParseError(const CLI::App& program, const CLI::ParseError& error) {
-  const std::vector<CLI::App*> chosen = program.get_subcommands();
-  const std::string command = chosen.empty() ? "" : " " + chosen.front()->get_name();
-  return complain(ExitStatus::wrongUse, fmt::format("{}; learn more with: trustctl{} --help",
-                                                    printableText(error.what(), 300), command));
+std::string describe(const CLI::ParseError& error, const std::string& command) {
+  return fmt::format("{}; learn more with: {} --help", printableText(error.what(), 300), command);
 }
 
 int run(int argc, char** argv) {
-  CLI::App program("trustctl judges the certificate chains of servers: trusted or not, and why.",
-                   "trustctl");
-  program.footer(help);
-  program.set_version_flag("--version", "trustctl " TRUSTCTL_VERSION, "Print the version");
-  program.set_help_flag("-h,--help", "Print this help");
-  program.require_subcommand(0, 1);
-  CommandAction chosen;
-  addVerifyCommand(&program, &chosen);
-  addExplainCommand(&program, &chosen);
+  Program program;
+  const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
   try {
-    requireKnownCommand(program, argc, argv);
-    requireValuesBehindEqualsSigns(argc, argv);
-    program.parse(argc, argv);
-    if (!chosen) {
+    requireKnownWords(program.app, words);
+    program.app.parse(argc, argv);
+    if (!program.chosen) {
       throw CommandError(ExitStatus::wrongUse, "no command is given; see: trustctl --help");
     }
-    return static_cast<int>(chosen());
+    return static_cast<int>(program.chosen());
   } catch (const CLI::CallForHelp&) {
-    fmt::print("{}", program.help());
+    print(program.app.help());
     return 0;
   } catch (const CLI::CallForVersion&) {
-    fmt::print("trustctl {}\n", TRUSTCTL_VERSION);
+    print(program.app.version() + "\n");
     return 0;
   } catch (const CLI::ParseError& error) {
-    return explainParseError(program, error);
+    return complain(ExitStatus::wrongUse, describe(error, commandPath(program.app, words)));
   } catch (const CommandError& error) {
     return complain(error.status(), error.what());
   }
@@ -136,6 +76,7 @@ int finishOutput(int status) {
 
 int main(int argc, char** argv) {
   openStandardDescriptors();
+  (void)setlocale(LC_CTYPE, "");  // tells whether the terminal shows UTF-8
   Interruption::install();
   try {
     return finishOutput(run(argc, argv));

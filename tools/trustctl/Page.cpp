@@ -1,0 +1,140 @@
+#include "tools/trustctl/Page.h"
+
+#include <langinfo.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+
+#include "services/common/PrintableText.h"
+
+namespace {
+
+constexpr std::size_t usualColumns = 80;
+constexpr std::size_t fewestColumns = 40;
+constexpr std::size_t mostColumns = 100;  // longer lines are hard to read
+constexpr std::size_t linesPerField = 3;
+
+enum class ColourChoice { automatic, always, never };
+ColourChoice chosenColours = ColourChoice::automatic;
+
+bool isColourTerminal() {
+  const char* refused = getenv("NO_COLOR");
+  const char* terminal = getenv("TERM");
+  const bool isDumb = terminal != nullptr && strcmp(terminal, "dumb") == 0;
+  return isatty(STDOUT_FILENO) == 1 && (refused == nullptr || *refused == '\0') && !isDumb;
+}
+
+const char* codeOf(Colour colour) {
+  switch (colour) {
+    case Colour::red:
+      return "\x1b[1;31m";
+    case Colour::green:
+      return "\x1b[1;32m";
+    case Colour::yellow:
+      break;
+  }
+  return "\x1b[33m";
+}
+
+// What is printed is valid UTF-8: texts from outside were escaped.
+std::string inAscii(const std::string& text) {
+  std::string out;
+  for (std::size_t i = 0; i < text.size();) {
+    const auto lead = static_cast<unsigned char>(text[i]);
+    const std::size_t length = lead < 0x80 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
+    if (length == 1) {
+      out += text[i];
+    } else {
+      std::uint32_t character = lead & (0xffU >> (length + 1));
+      for (std::size_t k = 1; k < length && i + k < text.size(); ++k) {
+        character = (character << 6U) | (static_cast<unsigned char>(text[i + k]) & 0x3fU);
+      }
+      out += fmt::format("\\u{{{:x}}}", character);
+    }
+    i += length;
+  }
+  return out;
+}
+
+void write(FILE* stream, const std::string& text) {
+  const bool showsUtf8 = isatty(fileno(stream)) != 1 || strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+  const std::string& shown = showsUtf8 ? text : inAscii(text);
+  (void)fwrite(shown.data(), 1, shown.size(), stream);
+}
+
+}  // namespace
+
+std::size_t pageColumns() {
+  winsize size = {};
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
+    return usualColumns;
+  }
+  return std::clamp<std::size_t>(size.ws_col, fewestColumns, mostColumns);
+}
+
+std::string wrapped(std::string_view words, std::size_t indent, std::size_t columns) {
+  std::string out;
+  std::size_t column = columns;  // the first word opens the first line
+  std::size_t start = 0;
+  while (start < words.size()) {
+    const std::size_t end = std::min(words.find(' ', start), words.size());
+    const std::size_t length = end - start;
+    if (column + 1 + length > columns) {
+      out += (out.empty() ? "" : "\n") + std::string(indent, ' ');
+      column = indent;
+    } else {
+      out += ' ';
+      ++column;
+    }
+    out.append(words, start, length);
+    column += length;
+    start = end + 1;
+  }
+  return out;
+}
+
+std::vector<std::string> fieldLines(const std::string& escaped, std::size_t columns) {
+  const std::string shown = escaped.empty() ? "(empty)" : escaped;
+  if (columns >= fewestColumns) {
+    return fitLines(shown, columns, linesPerField);
+  }
+  // Too narrow for the mark where text is cut: cut first, then break all of it.
+  return fitLines(fitLines(shown, linesPerField * fewestColumns, 1).front(), columns, shown.size());
+}
+
+void addColourOption(CLI::App* command) {
+  const auto set = [](const std::string& word) {
+    chosenColours = word == "always"  ? ColourChoice::always
+                    : word == "never" ? ColourChoice::never
+                                      : ColourChoice::automatic;
+  };
+  command->add_option_function<std::string>("--color", set, "Colour the text: auto, always, never")
+      ->type_name("WHEN")
+      ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
+}
+
+bool wantsColours() {
+  return chosenColours == ColourChoice::always ||
+         (chosenColours == ColourChoice::automatic && isColourTerminal());
+}
+
+std::string painted(Colour colour, const std::string& text, bool colours) {
+  return colours ? fmt::format("{}{}\x1b[0m", codeOf(colour), text) : text;
+}
+
+void print(const std::string& text) {
+  write(stdout, text);
+}
+
+void printComplaint(const std::string& text) {
+  fflush(stdout);  // where both go to one place, what was said first stands first
+  write(stderr, "trustctl: " + text + "\n");
+}

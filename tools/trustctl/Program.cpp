@@ -1,0 +1,46 @@
+#include "tools/trustctl/Program.h"
+
+#include <string>
+
+#include "tools/trustctl/Page.h"
+
+namespace {
+
+constexpr const char* help =
+    "Examples:\n"
+    "  trustctl verify --domain example.org chain.pem\n"
+    "      May the chain in chain.pem be trusted for example.org?\n"
+    "  openssl s_client -connect example.org:443 -servername example.org -showcerts </dev/null |\n"
+    "      trustctl verify --domain example.org -\n"
+    "      The same for what a server sends.\n"
+    "  trustctl explain NO_TRUSTED\n"
+    "      What a warning means, and what to do about it.\n\n"
+    "More about a command: trustctl COMMAND --help\n\n"
+    "Exit status: 0 trusted (or done), 1 not trusted, 2 wrong use or unusable input,\n"
+    "3 no verdict could be had.\n";
+
+// What every command has alike.
+void addCommonOptions(CLI::App* command) {
+  const auto below = command->get_subcommands({});
+  for (CLI::App* each : below) {
+    addCommonOptions(each);
+  }
+  command->set_help_flag("-h,--help", "Print this help");
+  if (below.empty()) {
+    addColourOption(command);
+  } else {
+    command->require_subcommand(0, 1);
+  }
+}
+
+}  // namespace
+
+Program::Program()
+    : app("trustctl judges the certificate chains of servers: trusted or not, and why.",
+          "trustctl") {
+  app.footer(help);
+  app.set_version_flag("--version", "trustctl " TRUSTCTL_VERSION, "Print the version");
+  addVerifyCommand(&app, &chosen);
+  addExplainCommand(&app, &chosen);
+  addCommonOptions(&app);
+}
