@@ -90,9 +90,12 @@ std::string readPlainFile(const std::string& path, const InputRules& rules) {
   return readBounded(path, file.get(), rules);
 }
 
+std::string readInput(const std::string& path, const InputRules& rules) {
+  return path == "-" ? readBounded(path, STDIN_FILENO, rules) : readPlainFile(path, rules);
+}
+
 std::string readInput(const std::string& path) {
-  std::string content =
-      path == "-" ? readBounded(path, STDIN_FILENO, chainRules) : readPlainFile(path, chainRules);
+  std::string content = readInput(path, chainRules);
   if (content.empty()) {
     refuse(path, "is empty; give a PEM, DER or PKCS#7 file with certificates");
   }

@@ -25,9 +25,11 @@ std::string inputName(const std::string& path);
 // Throws CommandError (wrongUse) when the file cannot be had or holds more than the rules allow.
 std::string readPlainFile(const std::string& path, const InputRules& rules);
 
-// Reads a whole plain file, or standard input for "-", by chainRules. Throws as readPlainFile
-// does and when the input is empty; and Interrupted when a signal ends the wait for standard
-// input.
+// The same, or standard input for "-". Throws also Interrupted when a signal ends the wait for
+// standard input.
+std::string readInput(const std::string& path, const InputRules& rules);
+
+// The same by chainRules. Throws as well when the input is empty.
 std::string readInput(const std::string& path);
 
 #endif

@@ -10,9 +10,12 @@
 namespace {
 
 // Escaped texts are valid UTF-8 without NUL, which the writer asks for.
-void addDomain(TextWriter* object, const std::optional<std::string>& domain) {
-  if (domain) {
-    object->add("domain", escapeText(*domain));
+void addQuestion(TextWriter* object, const ReportContext& context) {
+  if (context.input) {
+    object->add("input", escapeText(*context.input));
+  }
+  if (context.domain) {
+    object->add("domain", escapeText(*context.domain));
   }
 }
 
@@ -55,7 +58,7 @@ void addChain(TextWriter* object, const std::vector<CertificateView>& chain) {
 
 std::string writeJsonReport(const Verdict& verdict, const ReportContext& context) {
   TextWriter object(TextWriter::Form::json);
-  addDomain(&object, context.domain);
+  addQuestion(&object, context);
   object.add("trusted", verdict.trusted);
   object.add("by_exception", verdict.byException);
   if (verdict.decision) {
@@ -68,9 +71,9 @@ std::string writeJsonReport(const Verdict& verdict, const ReportContext& context
   return finish(&object);
 }
 
-std::string writeJsonError(const std::string& error, const std::optional<std::string>& domain) {
+std::string writeJsonError(const std::string& error, const ReportContext& context) {
   TextWriter object(TextWriter::Form::json);
-  addDomain(&object, domain);
+  addQuestion(&object, context);
   object.add("error", error);
   return finish(&object);
 }

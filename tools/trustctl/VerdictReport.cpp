@@ -5,16 +5,20 @@
 
 ExitStatus reportVerdict(const JudgingOptions& options, const std::optional<std::string>& domain,
                          const std::function<Verdict()>& judge) {
+  const std::optional<std::int64_t>& at = options.settings.time;
+  ReportContext context;
+  context.domain = domain;
   try {
     const Verdict verdict = judge();
-    const std::optional<std::int64_t>& at = options.settings.time;
-    const ReportContext context{domain, at.value_or(currentTime()), at.has_value(), wantsColours(),
-                                pageColumns()};
+    context.time = at.value_or(currentTime());
+    context.timeGiven = at.has_value();
+    context.colours = wantsColours();
+    context.columns = pageColumns();
     print(options.json ? writeJsonReport(verdict, context) : writeTextReport(verdict, context));
     return verdict.trusted ? ExitStatus::trusted : ExitStatus::notTrusted;
   } catch (const CommandError& error) {
     if (options.json) {
-      print(writeJsonError(error.what(), domain));
+      print(writeJsonError(error.what(), context));
     }
     throw;
   }

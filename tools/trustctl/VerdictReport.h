@@ -15,7 +15,8 @@ struct ReportContext {
   std::int64_t time = 0;              // the moment of the check, seconds since 1970
   bool timeGiven = false;             // --at: say so
   bool colours = false;
-  std::size_t columns = 80;  // for the text; at least 40
+  std::size_t columns = 80;               // for the text; at least 40
+  std::optional<std::string> input = {};  // which of many it is about, not yet escaped
 };
 
 // The report for people: verdict, reasons, certificate path; lines of at most so many columns,
@@ -25,8 +26,8 @@ std::string writeTextReport(const Verdict& verdict, const ReportContext& context
 // The report for programs: one JSON object on one line, ended; see docs/trustctl.md.
 std::string writeJsonReport(const Verdict& verdict, const ReportContext& context);
 
-// The same where there is no verdict: "domain" (when one was asked for) and "error".
-std::string writeJsonError(const std::string& error, const std::optional<std::string>& domain);
+// The same where there is no verdict: "input" and "domain" as above, and "error".
+std::string writeJsonError(const std::string& error, const ReportContext& context);
 
 // Has `judge` find the verdict and prints its report in the form that the options ask for. With
 // JSON a CommandError is printed there too before it goes on.

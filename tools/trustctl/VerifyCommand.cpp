@@ -1,6 +1,9 @@
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -9,6 +12,8 @@
 #include "tools/trustctl/Judging.h"
 #include "tools/trustctl/Options.h"
 #include "tools/trustctl/VerdictReport.h"
+#include "tools/trustctl/many/ManyInputs.h"
+#include "tools/trustctl/many/ManyVerdicts.h"
 
 namespace {
 
@@ -24,13 +29,22 @@ constexpr const char* help =
     "  trustctl verify --domain intra.example --cafile company-root.pem chain.pem\n"
     "  trustctl verify --domain example.org --at 2026-01-31 chain.pem\n"
     "  trustctl verify --domain example.org --dialog policy:decline chain.pem\n"
+    "  trustctl verify --domain example.org --no-dialog chains/\n"
+    "  trustctl verify --from list.tsv --json\n"
     "  openssl s_client -connect example.org:443 -servername example.org -showcerts </dev/null |\n"
     "      trustctl verify --domain example.org -\n\n"
-    "Exit status: 0 trusted, 1 not trusted, 2 wrong use or unusable input, 3 no verdict.\n";
+    "Many chains: a directory stands for all files below it, each a chain of its own. They are\n"
+    "judged several at a time, nobody is asked, and a summary counts the warnings.\n\n"
+    "Exit status: 0 trusted, 1 not trusted, 2 wrong use or unusable input, 3 no verdict; of many\n"
+    "chains the highest that any of them has.\n";
+
+constexpr int mostJobs = 64;
 
 struct VerifyOptions {
   std::optional<std::string> domain;
   std::vector<std::string> files;
+  std::string list;      // of many inputs; empty for none
+  std::size_t jobs = 0;  // how many of them at a time; 0: as many as there are processors
   JudgingOptions judging;
 };
 
@@ -43,7 +57,34 @@ void checkOptions(VerifyOptions* options) {
   requireSound(&options->judging);
 }
 
+ExitStatus verifyMany(VerifyOptions* options) {
+  checkOptions(options);
+  if (options->judging.dialog) {
+    refuse("--dialog asks about one chain; leave it out where many are judged");
+  }
+  std::vector<ManyInput> inputs;
+  if (!options->list.empty()) {
+    inputs = readList(options->list);
+  }
+  for (ManyInput& file : listFiles(options->files, options->domain)) {
+    inputs.push_back(std::move(file));
+  }
+  if (inputs.empty()) {
+    refuse("there is no file to judge; name files, or directories with some");
+  }
+  const std::size_t processors = std::max(1U, std::thread::hardware_concurrency());
+  return judgeMany(options->judging, inputs, options->jobs == 0 ? processors : options->jobs);
+}
+
 ExitStatus runVerify(VerifyOptions* options) {
+  if (!options->list.empty() || nameADirectory(options->files)) {
+    return verifyMany(options);
+  }
+  if (options->files.empty()) {
+    refuse(
+        "give the certificates to judge: FILE..., or --from LIST; learn more with: "
+        "trustctl verify --help");
+  }
   return reportVerdict(options->judging, options->domain, [options] {
     checkOptions(options);
     std::vector<CertificateDer> chain = readCertificates(options->files);
@@ -60,8 +101,17 @@ void addVerifyCommand(CLI::App* program, CommandAction* chosen) {
   command->add_option("-d,--domain", options->domain, "The server's name that you asked for")
       ->type_name("NAME");
   addJudgingOptions(command, &options->judging);
-  command->add_option("FILE", options->files, "Certificates, the server's own first; - for stdin")
-      ->required()
+  refuseEmpty(command
+                  ->add_option("--from", options->list,
+                               "Judge many: lines of a domain, a tab and a file; - for stdin")
+                  ->type_name("LIST"));
+  command->add_option("--jobs", options->jobs, "Judge so many at a time (one a processor)")
+      ->type_name("COUNT")
+      ->check(CLI::Range(1, mostJobs).description(""));
+  command
+      ->add_option("FILE", options->files,
+                   "Certificates of one chain, the server's own first; - for stdin. With a "
+                   "directory among them each file is a chain of its own")
       ->type_name("");
   command->callback(
       [options, chosen] { *chosen = [options] { return runVerify(options.get()); }; });
