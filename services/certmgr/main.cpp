@@ -17,6 +17,25 @@
 
 namespace {
 
+constexpr const char* kManual =
+    "Programs with the library ask this service about certificate chains, through the control "
+    "object /pps/services/certmgr/control. It answers with everything that is wrong with a chain, "
+    "not with the first fault alone.\n\n"
+    "A request names an application and a class; its trust store is the directory "
+    "ROOT/APPLICATION/CLASS, in lower case, with files named as openssl rehash names them. Every "
+    "certificate in it is an anchor. A store follows its directory: no restart is needed. It takes "
+    "over a socket from systemd where there is one.\n\n"
+    "Examples:\n"
+    "  trust-certmgrd\n"
+    "  trust-certmgrd --runtime-dir /run/user/1000/pps --root /srv/certmgr\n\n"
+    "Signals: SIGTERM and SIGINT end it after what it has begun.\n\n"
+    "Files:\n"
+    "  /var/certmgr/APPLICATION/CLASS     trust stores\n"
+    "  /etc/ssl/certs                     the system's anchors\n"
+    "  /run/pps/services/certmgr/control  the socket behind the control object\n\n"
+    "Environment:\n"
+    "  PPS_RUNTIME_DIR, XDG_RUNTIME_DIR   where the socket goes without --runtime-dir";
+
 struct Options {
   TrustSources trust;
   std::string systemAnchors = "/etc/ssl/certs";
@@ -37,29 +56,40 @@ std::time_t timeOf(const std::string& text) {
 void describe(CLI::App& app, Options& options) {
   app.set_version_flag("--version", TRUSTLIB_VERSION);
   app.add_option("--root", options.trust.root, "Directory of the trust stores")
+      ->type_name("DIR")
       ->capture_default_str();
   app.add_option("--system-anchors", options.systemAnchors,
                  "Hashed directory joined with every store")
+      ->type_name("DIR")
       ->capture_default_str();
   app.add_flag("--no-system-anchors", options.noSystemAnchors, "Join nothing with the stores");
   app.add_option("--cafile", options.trust.files, "PEM file with further anchors")
+      ->type_name("FILE")
       ->check(CLI::ExistingFile);
   app.add_option("--capath", options.trust.plainDirectories,
                  "Directory of PEM files with further anchors, whatever their names")
+      ->type_name("DIR")
       ->check(CLI::ExistingDirectory);
   app.add_option("--crlfile", options.trust.revocationFiles, "PEM file with revocation lists")
+      ->type_name("FILE")
       ->check(CLI::ExistingFile);
   app.add_option_function<std::string>(
-      "--verification-time", [&options](const std::string& text) { options.when = timeOf(text); },
-      "Judge at this time (RFC 3339, or @SECONDS) and not at the current one");
+         "--verification-time",
+         [&options](const std::string& text) { options.when = timeOf(text); },
+         "Judge at this time (RFC 3339, or @SECONDS) and not at the current one")
+      ->type_name("TIME");
   app.add_option("--runtime-dir", options.server.runtimeDirectory,
-                 "Where the socket goes (PPS_RUNTIME_DIR, XDG_RUNTIME_DIR/pps, /run/pps)");
-  app.add_option("--workers", options.server.workers, "Requests that are evaluated at once")
-      ->check(CLI::Range(1, 256))
-      ->capture_default_str();
+                 "Where the socket goes (PPS_RUNTIME_DIR, XDG_RUNTIME_DIR/pps, /run/pps)")
+      ->type_name("DIR");
+  app.add_option("--workers", options.server.workers,
+                 "Requests that are evaluated at once (one a processor)")
+      ->type_name("COUNT")
+      ->check(CLI::Range(1, 256));
   app.add_option("--ready-fd", options.server.readyFd,
                  "Descriptor that gets the line READY when the service listens")
+      ->type_name("NUMBER")
       ->check(whyNoDescriptor);
+  app.footer(kManual);
   app.add_flag(
          "--ephemeral", options.ephemeral,
          "End with the parent process, and remove the whole --runtime-dir, empty now, at the end")

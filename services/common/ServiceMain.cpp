@@ -14,10 +14,19 @@
 
 #include <CLI/CLI.hpp>
 
+#include "services/common/CommandText.h"
+
 namespace {
 
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
+constexpr int kManualSection = 8;
+constexpr std::size_t kColumns = 80;
+
+int tell(const std::string& text) {
+  (void)fputs(text.c_str(), stdout);
+  return fflush(stdout) == 0 ? 0 : kExitFailure;
+}
 
 int failWith(const CLI::App& app, const std::exception& failure, int status) {
   (void)fprintf(stderr, "%s: %s\n", app.get_name().c_str(), failure.what());
@@ -35,9 +44,18 @@ void holdEndingSignals() {
 }
 
 int runService(CLI::App& app, int argc, char** argv, const std::function<void()>& serve) {
-  app.footer("Exit status: 0 stopped as asked, 1 could not start or go on, 2 wrong use.");
+  app.footer(app.get_footer() +
+             "\n\nExit status: 0 stopped as asked, 1 could not start or go on, 2 wrong use.");
+  bool wantsManual = false;  // for the build, which makes the page of it
+  app.add_flag("--manual", wantsManual)->group("");
   try {
     app.parse(argc, argv);
+    if (wantsManual) {
+      return tell(manualPage(describeCommand(app, app.get_name()), kManualSection,
+                             "trustlib " + app.version(), {"trustctl(1)"}));
+    }
+  } catch (const CLI::CallForHelp&) {
+    return tell(helpText(describeCommand(app, app.get_name()), kColumns));
   } catch (const CLI::Success& asked) {
     return app.exit(asked);
   } catch (const CLI::ParseError& wrong) {

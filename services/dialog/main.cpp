@@ -24,6 +24,23 @@ namespace {
 constexpr int kMaxTimeoutSeconds = 365 * 24 * 60 * 60;
 const std::string kPolicyPrefix = "policy:";
 
+constexpr const char* kManual =
+    "Programs with the library ask this service whether the user trusts a certificate chain in "
+    "spite of its warnings, through the control object /pps/services/dialog/control. It shows one "
+    "dialog at a time to a user, on the terminal of the program that asks, and answers what was "
+    "chosen. A client that goes away takes its dialog along. What is not answered is declined.\n\n"
+    "The faces: terminal asks the user; policy:decline, policy:once and policy:always answer for "
+    "machines without one.\n\n"
+    "Examples:\n"
+    "  trust-dialogd\n"
+    "  trust-dialogd --face policy:decline\n\n"
+    "Signals: SIGTERM and SIGINT end it; open dialogs are declined.\n\n"
+    "Files:\n"
+    "  ~/vallorin/certexcept             earlier decisions of the user who is asked\n"
+    "  /run/pps/services/dialog/control  the socket behind the control object\n\n"
+    "Environment:\n"
+    "  PPS_RUNTIME_DIR, XDG_RUNTIME_DIR  where the socket goes without --runtime-dir";
+
 struct Options {
   ControlServerOptions server;
   DialogSettings dialog;
@@ -36,22 +53,29 @@ void describe(CLI::App& app, Options& options) {
   app.set_version_flag("--version", TRUSTLIB_VERSION);
   app.add_option("--face", options.face,
                  "Who is asked: the user, on a terminal, or nobody and the answer is fixed")
+      ->type_name("FACE")
       ->check(CLI::IsMember({"terminal", "policy:decline", "policy:once", "policy:always"}))
       ->capture_default_str();
   app.add_option("--face-program", options.faceProgram,
-                 "Program that draws on the terminal, in place of trust-dialog-terminal");
+                 "Program that draws on the terminal, in place of trust-dialog-terminal")
+      ->type_name("PROGRAM");
   app.add_option("--store", options.dialog.store,
-                 "Directory of earlier exceptions, in place of the asking user's own");
+                 "Directory of earlier exceptions, in place of the asking user's own")
+      ->type_name("DIR");
   app.add_option("--timeout", options.dialog.timeoutSeconds,
                  "Seconds after which a dialog is declined; 0 for never")
+      ->type_name("SECONDS")
       ->check(CLI::Range(0, kMaxTimeoutSeconds))
       ->capture_default_str();
   app.add_option("--runtime-dir", options.server.runtimeDirectory,
-                 "Where the socket goes (PPS_RUNTIME_DIR, XDG_RUNTIME_DIR/pps, /run/pps)");
+                 "Where the socket goes (PPS_RUNTIME_DIR, XDG_RUNTIME_DIR/pps, /run/pps)")
+      ->type_name("DIR");
   app.add_option("--ready-fd", options.server.readyFd,
                  "Descriptor that gets the line READY when the service listens")
+      ->type_name("NUMBER")
       ->check(whyNoDescriptor);
   app.add_flag("--follow-parent", options.followParent, "End with the parent process");
+  app.footer(kManual);
   app.add_flag("--verbose", options.dialog.verbose, "Tell on stderr who asks and is answered");
 }
 

@@ -22,14 +22,6 @@ const CLI::App* findCommand(const CLI::App& group, const std::string& word) {
   return nullptr;
 }
 
-Words commandNames(const CLI::App& group) {
-  Words names;
-  for (const CLI::App* command : group.get_subcommands({})) {
-    names.push_back(command->get_name());
-  }
-  return names;
-}
-
 // "a, b or c"
 std::string listed(const Words& names) {
   std::string out;
@@ -81,19 +73,9 @@ void requireCommand(const std::vector<const CLI::App*>& path, const Words& words
   }
 }
 
-Words longOptions(const CLI::App& command) {
-  Words names;
-  for (const CLI::Option* option : command.get_options()) {
-    for (const std::string& name : option->get_lnames()) {
-      names.push_back("--" + name);
-    }
-  }
-  return names;
-}
-
 void requireOption(const CLI::App& command, const std::string& word, const std::string& path) {
   const std::string name = word.substr(0, word.find('='));
-  const Words names = longOptions(command);
+  const Words names = optionNames(command);
   if (std::find(names.begin(), names.end(), name) == names.end()) {
     refuse(fmt::format("there is no option '{}'{}", printableText(name), didYouMean(name, names)),
            path);
@@ -116,6 +98,32 @@ void requireKnownWords(const CLI::App& program, const Words& words) {
   }
 }
 
+const CLI::App& commandOf(const CLI::App& program, const Words& words) {
+  return *commandsOf(program, words).back();
+}
+
 std::string commandPath(const CLI::App& program, const Words& words) {
   return nameOf(commandsOf(program, words));
+}
+
+Words commandNames(const CLI::App& group) {
+  Words names;
+  for (const CLI::App* command : group.get_subcommands({})) {
+    if (!command->get_group().empty()) {
+      names.push_back(command->get_name());
+    }
+  }
+  return names;
+}
+
+Words optionNames(const CLI::App& command) {
+  Words names;
+  for (const CLI::Option* option : command.get_options()) {
+    for (const std::string& name : option->get_lnames()) {
+      if (!option->get_group().empty()) {
+        names.push_back("--" + name);
+      }
+    }
+  }
+  return names;
 }

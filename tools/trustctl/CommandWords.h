@@ -14,7 +14,16 @@ class App;
 // arguments without the program's name. Throws CommandError (wrongUse).
 void requireKnownWords(const CLI::App& program, const std::vector<std::string>& words);
 
+// The command that the words lead to; the program itself where they name none.
+const CLI::App& commandOf(const CLI::App& program, const std::vector<std::string>& words);
+
 // "trustctl exceptions list", as far as the words name commands.
 std::string commandPath(const CLI::App& program, const std::vector<std::string>& words);
+
+// The names of the commands in the group that people are told of.
+std::vector<std::string> commandNames(const CLI::App& group);
+
+// The long options of a command, likewise: "--json".
+std::vector<std::string> optionNames(const CLI::App& command);
 
 #endif

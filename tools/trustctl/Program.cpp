@@ -15,9 +15,16 @@ constexpr const char* help =
     "      The same for what a server sends.\n"
     "  trustctl explain NO_TRUSTED\n"
     "      What a warning means, and what to do about it.\n\n"
-    "More about a command: trustctl COMMAND --help\n\n"
+    "More about a command: trustctl COMMAND --help, or man trustctl-COMMAND\n\n"
     "Exit status: 0 trusted (or done), 1 not trusted, 2 wrong use or unusable input,\n"
-    "3 no verdict could be had.\n";
+    "3 no verdict could be had.\n\n"
+    "Environment:\n"
+    "  NO_COLOR                          no colours, unless --color says so\n"
+    "  PPS_RUNTIME_DIR, XDG_RUNTIME_DIR  where services are looked for, before /run/pps\n"
+    "  TRUST_CERTMGRD, TRUST_DIALOGD     programs of private services\n"
+    "  TMPDIR                            where private services live for a run\n\n"
+    "Files:\n"
+    "  ~/vallorin/certexcept             your decisions\n";
 
 // What every command has alike.
 void addCommonOptions(CLI::App* command) {
@@ -42,5 +49,7 @@ Program::Program()
   app.set_version_flag("--version", "trustctl " TRUSTCTL_VERSION, "Print the version");
   addVerifyCommand(&app, &chosen);
   addExplainCommand(&app, &chosen);
+  addCompletionCommand(&app, &chosen);
+  addManualCommand(&app, &chosen);
   addCommonOptions(&app);
 }

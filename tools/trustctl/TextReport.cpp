@@ -12,6 +12,10 @@ namespace {
 
 constexpr std::size_t labelColumns = 14;  // where the values of a certificate begin
 
+void writeSentence(const char* words, const ReportContext& context, std::string* out) {
+  *out += wrapped(words, 0, context.columns) + "\n";
+}
+
 std::string shownDomain(const ReportContext& context) {
   return fitLines(escapeText(*context.domain), std::max<std::size_t>(context.columns - 14, 40), 1)
       .front();
@@ -20,14 +24,14 @@ std::string shownDomain(const ReportContext& context) {
 const char* decisionText(Decision decision) {
   switch (decision) {
     case Decision::once:
-      return "You trust it this once, in spite of the warnings.\n";
+      return "You trust it this once, in spite of the warnings.";
     case Decision::always:
-      return "You trust it always, in spite of the warnings; the decision is stored.\n";
+      return "You trust it always, in spite of the warnings; the decision is stored.";
     case Decision::declined:
       break;
   }
   // The dialog service declines as well where it finds nobody to ask.
-  return "A question to trust it all the same was declined, or reached nobody.\n";
+  return "A question to trust it all the same was declined, or reached nobody.";
 }
 
 void writeVerdict(const Verdict& verdict, const ReportContext& context, std::string* out) {
@@ -39,18 +43,20 @@ void writeVerdict(const Verdict& verdict, const ReportContext& context, std::str
     *out += fmt::format("Judged as of {}.\n", formatTime(context.time));
   }
   if (verdict.byException) {
-    *out += "A stored decision of yours makes it trusted in spite of the warnings.\n";
+    writeSentence("A stored decision of yours makes it trusted in spite of the warnings.", context,
+                  out);
   }
   if (verdict.decision) {
-    *out += decisionText(*verdict.decision);
+    writeSentence(decisionText(*verdict.decision), context, out);
   }
 }
 
 void writeReasons(const Verdict& verdict, const ReportContext& context, std::string* out) {
   const auto reasons = textsOf(verdict.warnings);
   if (reasons.empty()) {
-    *out += verdict.trusted ? "The chain leads to a trusted root and passed every check.\n"
-                            : "The service gave no reason that this program knows.\n";
+    writeSentence(verdict.trusted ? "The chain leads to a trusted root and passed every check."
+                                  : "The service gave no reason that this program knows.",
+                  context, out);
     return;
   }
   *out += "\nWhy:\n";
@@ -74,10 +80,10 @@ std::string timeText(const std::optional<std::int64_t>& time) {
 
 void writeValidity(const CertificateView& certificate, const ReportContext& context,
                    std::string* out) {
-  writeField(
-      "valid",
-      fmt::format("{} to {}", timeText(certificate.notBefore), timeText(certificate.notAfter)),
-      context, out);
+  const std::string times =
+      fmt::format("{} to {}", timeText(certificate.notBefore), timeText(certificate.notAfter));
+  *out += fmt::format("    {:<{}}{}\n", "valid", labelColumns - 4,
+                      wrapped(times, labelColumns, context.columns).substr(labelColumns));
   std::string outside;
   if (certificate.notAfter && *certificate.notAfter < context.time) {
     outside = fmt::format("EXPIRED {} before the check",
@@ -93,7 +99,8 @@ void writeValidity(const CertificateView& certificate, const ReportContext& cont
 }
 
 void writePath(const Verdict& verdict, const ReportContext& context, std::string* out) {
-  *out += "\nCertificate path, the server's own certificate first:\n";
+  *out += "\n";
+  writeSentence("Certificate path, the server's own certificate first:", context, out);
   std::size_t number = 0;
   for (const CertificateView& certificate : verdict.chain) {
     *out += fmt::format("  {}.\n", ++number);

@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "services/common/CommandText.h"
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandWords.h"
 #include "tools/trustctl/Interruption.h"
@@ -51,7 +52,8 @@ int run(int argc, char** argv) {
     }
     return static_cast<int>(program.chosen());
   } catch (const CLI::CallForHelp&) {
-    print(program.app.help());
+    const CLI::App& command = commandOf(program.app, words);
+    print(helpText(describeCommand(command, commandPath(program.app, words)), pageColumns()));
     return 0;
   } catch (const CLI::CallForVersion&) {
     print(program.app.version() + "\n");
