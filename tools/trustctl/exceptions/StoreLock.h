@@ -1,0 +1,19 @@
+#ifndef TOOLS_TRUSTCTL_EXCEPTIONS_STORELOCK_H
+#define TOOLS_TRUSTCTL_EXCEPTIONS_STORELOCK_H
+
+#include "tools/trustctl/FileDescriptor.h"
+#include "tools/trustctl/exceptions/DirectoryEntries.h"
+
+// The right to change a store, among the runs of this tool; the library takes no such lock. It
+// ends with the object or the process. Its file, ".trustctl.lock", stays.
+class StoreLock {
+ public:
+  // Waits until no other run changes the store, and says so on a terminal when that takes long.
+  // Throws CommandError (undecided) when the file cannot be had, and Interrupted.
+  explicit StoreLock(const DirectoryEntries& store);
+
+ private:
+  FileDescriptor file_;
+};
+
+#endif
