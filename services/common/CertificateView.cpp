@@ -55,18 +55,6 @@ std::string viewValue(const ASN1_STRING* value) {
   return out;
 }
 
-// The most telling part, the common name, stands last in a certificate and is shown first.
-std::string viewName(const X509_NAME* name) {
-  std::string out;
-  for (int i = X509_NAME_entry_count(name) - 1; i >= 0; --i) {
-    const X509_NAME_ENTRY* entry = X509_NAME_get_entry(name, i);
-    out += fmt::format("{}{}={}", out.empty() ? "" : ", ",
-                       viewField(X509_NAME_ENTRY_get_object(entry)),
-                       viewValue(X509_NAME_ENTRY_get_data(entry)));
-  }
-  return out;
-}
-
 std::string viewSerial(const ASN1_INTEGER* serial) {
   const OpenSslOwner<BIGNUM, BN_free> number(ASN1_INTEGER_to_BN(serial, nullptr));
   if (number == nullptr) {
@@ -131,6 +119,18 @@ bool isSelfSigned(X509* certificate) {
 }
 
 }  // namespace
+
+// The most telling part, the common name, stands last in a certificate and is shown first.
+std::string viewName(const X509_NAME* name) {
+  std::string out;
+  for (int i = X509_NAME_entry_count(name) - 1; i >= 0; --i) {
+    const X509_NAME_ENTRY* entry = X509_NAME_get_entry(name, i);
+    out += fmt::format("{}{}={}", out.empty() ? "" : ", ",
+                       viewField(X509_NAME_ENTRY_get_object(entry)),
+                       viewValue(X509_NAME_ENTRY_get_data(entry)));
+  }
+  return out;
+}
 
 X509Ptr parseCertificate(const CertificateDer& der) {
   const unsigned char* end = der.data();

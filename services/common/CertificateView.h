@@ -26,6 +26,9 @@ struct CertificateView {
 // Reads a certificate for showing. Throws std::runtime_error when the bytes are none.
 CertificateView viewCertificate(const CertificateDer& der);
 
+// A name as `subject` and `issuer` show it.
+std::string viewName(const X509_NAME* name);
+
 // The certificate that stands at the front of the bytes; null when there is none.
 X509Ptr parseCertificate(const CertificateDer& der);
 

@@ -18,5 +18,6 @@ void addCompletionCommand(CLI::App* program, CommandAction* chosen);
 void addExplainCommand(CLI::App* program, CommandAction* chosen);
 void addManualCommand(CLI::App* program, CommandAction* chosen);
 void addVerifyCommand(CLI::App* program, CommandAction* chosen);
+void addExceptionsCommands(CLI::App* program, CommandAction* chosen);
 
 #endif

@@ -51,5 +51,6 @@ Program::Program()
   addExplainCommand(&app, &chosen);
   addCompletionCommand(&app, &chosen);
   addManualCommand(&app, &chosen);
+  addExceptionsCommands(&app, &chosen);
   addCommonOptions(&app);
 }

@@ -23,10 +23,8 @@ struct DirectoryClose {
   void operator()(DIR* directory) const { closedir(directory); }
 };
 
-bool looksLikeRecord(std::string_view name) {
-  constexpr std::string_view extension = ".json";
-  return name.size() >= extension.size() &&
-         name.substr(name.size() - extension.size()) == extension;
+bool endsIn(std::string_view ending, std::string_view name) {
+  return name.size() >= ending.size() && name.substr(name.size() - ending.size()) == ending;
 }
 
 [[noreturn]] void refuseDirectory(const std::string& directory, int error) {
@@ -42,7 +40,7 @@ bool looksLikeRecord(std::string_view name) {
 
 ExceptionStore::ExceptionStore(std::string directory) : directory_(std::move(directory)) {}
 
-std::vector<std::string> ExceptionStore::fileNames() const {
+std::vector<std::string> ExceptionStore::fileNames(std::string_view ending) const {
   std::vector<std::string> names;
   const std::unique_ptr<DIR, DirectoryClose> entries(opendir(directory_.c_str()));
   if (entries == nullptr) {
@@ -53,7 +51,7 @@ std::vector<std::string> ExceptionStore::fileNames() const {
   }
   errno = 0;
   while (const dirent* entry = readdir(entries.get())) {  // NOLINT: a stream of our own
-    if (looksLikeRecord(entry->d_name)) {
+    if (endsIn(ending, entry->d_name)) {
       names.emplace_back(entry->d_name);
     }
     errno = 0;

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tools/trustctl/exceptions/ExceptionRecord.h"
@@ -23,7 +24,8 @@ class ExceptionStore {
 
   // The names of the entries that the library could take for records (*.json), sorted; none where
   // the directory is not there. Throws CommandError (undecided) when it cannot be read.
-  std::vector<std::string> fileNames() const;
+  // Other endings give the entries that have them.
+  std::vector<std::string> fileNames(std::string_view ending = ".json") const;
 
   // Reads one as the library would, symbolic links included, but never waits for a pipe or
   // device. Throws std::runtime_error that says why it cannot be had, and Interrupted.

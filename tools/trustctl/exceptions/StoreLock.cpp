@@ -28,10 +28,10 @@ int makeLockFile(const DirectoryEntries& store) {
   return fd;
 }
 
-int openLockFile(const DirectoryEntries& store) {
+int openLockFile(const DirectoryEntries& store, StoreLock::Kind kind) {
   for (;;) {
     int fd = openat(store.fd(), lockName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (fd == -1 && errno == ENOENT) {
+    if (fd == -1 && errno == ENOENT && kind == StoreLock::Kind::change) {
       fd = makeLockFile(store);
     }
     if (fd != -1 || errno != EEXIST) {
@@ -40,8 +40,8 @@ int openLockFile(const DirectoryEntries& store) {
   }
 }
 
-bool tryLock(int fd, const DirectoryEntries& store) {
-  if (flock(fd, LOCK_EX | LOCK_NB) == 0) {
+bool tryLock(int fd, int operation, const DirectoryEntries& store) {
+  if (flock(fd, operation | LOCK_NB) == 0) {
     return true;
   }
   if (errno != EWOULDBLOCK && errno != EINTR) {
@@ -51,9 +51,9 @@ bool tryLock(int fd, const DirectoryEntries& store) {
 }
 
 // Whether the lock came within a second, in which nobody wonders.
-bool lockSoon(int fd, const DirectoryEntries& store) {
+bool lockSoon(int fd, int operation, const DirectoryEntries& store) {
   for (int look = 0; look < looksBeforeMessage; ++look) {
-    if (tryLock(fd, store)) {
+    if (tryLock(fd, operation, store)) {
       return true;
     }
     const timespec pause = {0, lookNanoseconds};
@@ -65,18 +65,22 @@ bool lockSoon(int fd, const DirectoryEntries& store) {
 
 }  // namespace
 
-StoreLock::StoreLock(const DirectoryEntries& store) : file_(openLockFile(store)) {
+StoreLock::StoreLock(const DirectoryEntries& store, Kind kind) : file_(openLockFile(store, kind)) {
+  const int operation = kind == Kind::change ? LOCK_EX : LOCK_SH;
+  if (file_.get() == -1 && kind == Kind::look && (errno == ENOENT || errno == EACCES)) {
+    return;
+  }
   if (file_.get() == -1) {
     store.fail("open", lockName, errno);
   }
   if (isatty(STDERR_FILENO) == 1) {
-    if (lockSoon(file_.get(), store)) {
+    if (lockSoon(file_.get(), operation, store)) {
       return;
     }
     printComplaint(
         fmt::format("waiting for another trustctl that changes '{}'", printableText(store.path())));
   }
-  while (flock(file_.get(), LOCK_EX) == -1) {
+  while (flock(file_.get(), operation) == -1) {
     if (errno != EINTR) {
       store.fail("lock", lockName, errno);
     }

@@ -4,13 +4,19 @@
 #include "tools/trustctl/FileDescriptor.h"
 #include "tools/trustctl/exceptions/DirectoryEntries.h"
 
-// The right to change a store, among the runs of this tool; the library takes no such lock. It
-// ends with the object or the process. Its file, ".trustctl.lock", stays.
+// The right to change a store, or to look at one that nobody changes, among the runs of this
+// tool; the library takes no such lock. It ends with the object or the process. Its file,
+// ".trustctl.lock", stays.
 class StoreLock {
  public:
+  enum class Kind {
+    change,  // alone
+    look     // beside others that look; nothing is made where nobody has changed the store yet
+  };
+
   // Waits until no other run changes the store, and says so on a terminal when that takes long.
   // Throws CommandError (undecided) when the file cannot be had, and Interrupted.
-  explicit StoreLock(const DirectoryEntries& store);
+  StoreLock(const DirectoryEntries& store, Kind kind);
 
  private:
   FileDescriptor file_;

@@ -79,7 +79,9 @@ std::string numbered(const std::string& name, int number) {
 }  // namespace
 
 StoreWriter::StoreWriter(const std::string& directory)
-    : entries_(makeDirectory(directory), true), lock_(entries_), store_(directory) {}
+    : entries_(makeDirectory(directory), true),
+      lock_(entries_, StoreLock::Kind::change),
+      store_(directory) {}
 
 StoreWriter::Added StoreWriter::add(const ExceptionRecord& record) {
   const std::string bytes = encode(record);

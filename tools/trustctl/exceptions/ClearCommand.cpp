@@ -1,0 +1,107 @@
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+
+#include "services/common/PrintableText.h"
+#include "tools/trustctl/Page.h"
+#include "tools/trustctl/exceptions/Confirmation.h"
+#include "tools/trustctl/exceptions/ExceptionsCommands.h"
+#include "tools/trustctl/exceptions/Progress.h"
+#include "tools/trustctl/exceptions/RecordText.h"
+#include "tools/trustctl/exceptions/StoreOption.h"
+#include "tools/trustctl/exceptions/StoreWriter.h"
+
+namespace {
+
+constexpr const char* help =
+    "Removes every file that has a decision's name (cx_HASH_NUMBER.json), whether it can be read\n"
+    "or not, and nothing else. At a terminal you are asked first.\n\n"
+    "Examples:\n"
+    "  trustctl exceptions clear\n"
+    "  trustctl exceptions clear --yes --store /etc/fleet/exceptions\n\n"
+    "Exit status: 0 removed (or nothing was there), 1 you said no, 2 wrong use, 3 it could not be\n"
+    "done.\n";
+
+struct ClearOptions {
+  StoreOption store;
+  Confirmation confirmation;
+};
+
+struct Contents {
+  std::vector<std::string> records;  // those of one hash with the highest number first
+  std::vector<std::string> others;   // files that the library might take for records all the same
+};
+
+bool isDirectory(const std::string& path) {
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+Contents contentsOf(const ExceptionStore& store) {
+  Contents contents;
+  for (const std::string& name : store.fileNames()) {
+    const bool isRecord = parseRecordName(name) && !isDirectory(store.pathOf(name));
+    (isRecord ? contents.records : contents.others).push_back(name);
+  }
+  std::reverse(contents.records.begin(), contents.records.end());
+  return contents;
+}
+
+std::string describe(const ExceptionStore& store, const std::string& name) {
+  try {
+    return recordLine(name, store.read(name));
+  } catch (const std::runtime_error&) {
+    return fmt::format("what could not be read ({})", printableText(name));
+  }
+}
+
+void removeAll(const ExceptionStore& store) {
+  StoreWriter writer(store.directory());
+  const std::vector<std::string> names = contentsOf(store).records;
+  Progress progress("removing", names.size());
+  for (const std::string& name : names) {
+    progress.advance();
+    const std::string line = describe(store, name);
+    writer.remove(name);
+    print("removed: " + line + "\n");
+  }
+}
+
+ExitStatus runClear(const ClearOptions& options) {
+  options.confirmation.require();
+  const ExceptionStore store(options.store.directory());
+  const Contents contents = contentsOf(store);
+  const std::string where = printableText(store.directory(), 300);
+  if (contents.records.empty()) {
+    print(fmt::format("no decisions in {}\n", where));
+  } else if (options.confirmation.isGranted(
+                 fmt::format("Remove all {} decisions in {}?", contents.records.size(), where))) {
+    removeAll(store);
+  } else {
+    print("Nothing was removed.\n");
+    return ExitStatus::notTrusted;
+  }
+  for (const std::string& name : contents.others) {
+    print(fmt::format("left alone: {} (not the name of a decision, or no file)\n",
+                      printableText(name)));
+  }
+  return ExitStatus::trusted;
+}
+
+}  // namespace
+
+void addClearCommand(CLI::App* group, CommandAction* chosen) {
+  CLI::App* command = group->add_subcommand("clear", "Remove all stored decisions");
+  command->footer(help);
+  const auto options = std::make_shared<ClearOptions>();
+  addConfirmation(command, &options->confirmation);
+  addStoreOption(command, &options->store);
+  command->callback([options, chosen] { *chosen = [options] { return runClear(*options); }; });
+}

@@ -1,0 +1,27 @@
+#include "tools/trustctl/exceptions/ExceptionsCommands.h"
+
+#include <CLI/CLI.hpp>
+
+namespace {
+
+constexpr const char* help =
+    "A decision is what you remembered with \"always\": one chain, for one domain, in spite of\n"
+    "certain warnings. Programs with the library find it in ~/vallorin/certexcept.\n\n"
+    "Examples:\n"
+    "  trustctl exceptions list\n"
+    "  trustctl exceptions show example.org\n"
+    "  trustctl exceptions remove example.org\n\n"
+    "More about a command: trustctl exceptions COMMAND --help\n";
+
+}  // namespace
+
+void addExceptionsCommands(CLI::App* program, CommandAction* chosen) {
+  CLI::App* group = program->add_subcommand("exceptions", "Look after the decisions you stored");
+  group->footer(help);
+  addListCommand(group, chosen);
+  addShowCommand(group, chosen);
+  addRemoveCommand(group, chosen);
+  addClearCommand(group, chosen);
+  addPruneCommand(group, chosen);
+  addDoctorCommand(group, chosen);
+}

@@ -1,0 +1,132 @@
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+
+#include "services/common/PrintableText.h"
+#include "services/common/TimeText.h"
+#include "tools/trustctl/Options.h"
+#include "tools/trustctl/Page.h"
+#include "tools/trustctl/exceptions/Age.h"
+#include "tools/trustctl/exceptions/ExceptionsCommands.h"
+#include "tools/trustctl/exceptions/Progress.h"
+#include "tools/trustctl/exceptions/RecordText.h"
+#include "tools/trustctl/exceptions/StoreOption.h"
+#include "tools/trustctl/exceptions/StoreWriter.h"
+
+namespace {
+
+constexpr const char* help =
+    "Removes decisions that are too old or whose \"expires\" has come; with both options, those\n"
+    "that are either. AGE is a number and a unit: h hours, d days, w weeks, y years of 365 days.\n"
+    "The age counts from \"created\" where that is noted, else from when the file was written.\n"
+    "Never asks, as it is made for timers: trustctl-prune.timer runs it once a day where it is\n"
+    "switched on.\n\n"
+    "Examples:\n"
+    "  trustctl exceptions prune --older-than 90d --dry-run\n"
+    "  trustctl exceptions prune --older-than 1y\n"
+    "  trustctl exceptions prune --expired\n"
+    "  systemctl --user enable --now trustctl-prune.timer\n\n"
+    "Exit status: 0 done, 2 wrong use, 3 it could not be done.\n";
+
+struct PruneOptions {
+  StoreOption store;
+  std::optional<std::string> olderThan;
+  bool expired = false;
+  bool dryRun = false;
+};
+
+// What makes a decision one to remove.
+struct Limits {
+  std::int64_t now;
+  std::optional<std::int64_t> age;  // in seconds
+  bool expired;
+};
+
+Limits limitsOf(const PruneOptions& options) {
+  if (!options.olderThan && !options.expired) {
+    refuse("say what to remove: --older-than AGE, --expired or both");
+  }
+  Limits limits{currentTime(), {}, options.expired};
+  if (options.olderThan) {
+    limits.age = parseAge(*options.olderThan);
+    if (!limits.age) {
+      refuse(fmt::format("'{}' is no age; give a number and h, d, w or y, such as 90d",
+                         printableText(*options.olderThan)));
+    }
+  }
+  return limits;
+}
+
+bool isDue(const ExceptionRecord& record, std::int64_t written, const Limits& limits) {
+  const bool old = limits.age && limits.now - record.created.value_or(written) > *limits.age;
+  return old || (limits.expired && isExpired(record, limits.now));
+}
+
+// Those of one hash come with the highest number first: what then takes the place of one that
+// is removed has been looked at before.
+std::vector<std::string> recordNames(const ExceptionStore& store) {
+  std::vector<std::string> names = store.fileNames();
+  std::reverse(names.begin(), names.end());
+  return names;
+}
+
+// `writer` is null for a dry run.
+std::size_t prune(const ExceptionStore& store, const Limits& limits, StoreWriter* writer) {
+  std::size_t count = 0;
+  const std::vector<std::string> names = recordNames(store);
+  Progress progress("looking at", names.size());
+  for (const std::string& name : names) {
+    progress.advance();
+    std::optional<ExceptionRecord> record;
+    try {
+      record = store.read(name);
+    } catch (const std::runtime_error&) {
+      continue;  // doctor's business
+    }
+    if (!isDue(*record, store.writtenAt(name), limits)) {
+      continue;
+    }
+    if (writer != nullptr) {
+      writer->remove(name);
+    }
+    print(fmt::format("{}: {}\n", writer != nullptr ? "removed" : "would remove",
+                      recordLine(name, *record)));
+    ++count;
+  }
+  return count;
+}
+
+ExitStatus runPrune(const PruneOptions& options) {
+  const Limits limits = limitsOf(options);
+  const ExceptionStore store(options.store.directory());
+  std::optional<StoreWriter> writer;
+  if (!options.dryRun && !store.fileNames().empty()) {
+    writer.emplace(store.directory());
+  }
+  const std::size_t count = prune(store, limits, writer ? &*writer : nullptr);
+  if (count == 0) {
+    print(fmt::format("nothing to remove in {}\n", printableText(store.directory(), 300)));
+  }
+  return ExitStatus::trusted;
+}
+
+}  // namespace
+
+void addPruneCommand(CLI::App* group, CommandAction* chosen) {
+  CLI::App* command = group->add_subcommand("prune", "Remove decisions that are old or expired");
+  command->footer(help);
+  const auto options = std::make_shared<PruneOptions>();
+  refuseEmpty(command->add_option("--older-than", options->olderThan, "Those of more than that age")
+                  ->type_name("AGE"));
+  command->add_flag("--expired", options->expired, "Those whose \"expires\" has come");
+  command->add_flag("-n,--dry-run", options->dryRun, "Only say what would be removed");
+  addStoreOption(command, &options->store);
+  command->callback([options, chosen] { *chosen = [options] { return runPrune(*options); }; });
+}

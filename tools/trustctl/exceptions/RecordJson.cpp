@@ -1,0 +1,102 @@
+#include "tools/trustctl/exceptions/RecordJson.h"
+
+#include <stdexcept>
+
+#include "services/common/CertificateView.h"
+#include "services/common/PrintableText.h"
+#include "services/common/TextWriter.h"
+#include "services/common/WarningTexts.h"
+#include "tools/trustctl/Page.h"
+#include "tools/trustctl/VerdictReport.h"
+
+namespace {
+
+// The members that both forms begin with.
+void addDecision(TextWriter* object, const std::string& fileName,
+                 const std::optional<std::string>& domain, unsigned long long warnings) {
+  object->add("file", escapeText(fileName));
+  if (domain) {
+    object->add("domain", escapeText(*domain));
+  }
+  object->addArray("warnings", namesOfWarnings(warnings));
+  object->add("warning_bits", std::to_string(warnings));
+}
+
+// The members that both forms go on with.
+void addTimes(TextWriter* object, const RecordSummary& row, std::int64_t now) {
+  object->add("written", momentText(row.written));
+  if (row.created) {
+    object->add("created", momentText(row.created));
+  }
+  if (row.expires) {
+    object->add("expires", momentText(row.expires));
+    object->add("expired", *row.expires <= now);
+  }
+}
+
+void addCertificate(TextWriter* object, const CertificateDer& der) {
+  object->startObject(nullptr);
+  try {
+    const CertificateView view = viewCertificate(der);
+    object->add("subject", view.subject);
+    object->add("issuer", view.issuer);
+    object->add("serial", view.serial);
+    object->add("not_before", momentText(view.notBefore));
+    object->add("not_after", momentText(view.notAfter));
+  } catch (const std::runtime_error&) {
+    // Bytes that are no certificate have a fingerprint only.
+  }
+  object->add("sha256", sha256Of(der));
+  object->endObject();
+}
+
+}  // namespace
+
+RecordSummary summarize(const ExceptionStore& store, const std::string& fileName,
+                        const ExceptionRecord& record) {
+  return {fileName,
+          record.domain,
+          record.warnings,
+          summarizeLeaf(record),
+          store.writtenAt(fileName),
+          record.created,
+          record.expires};
+}
+
+std::string summaryJson(const RecordSummary& row, std::int64_t now) {
+  TextWriter object(TextWriter::Form::json);
+  addDecision(&object, row.fileName, row.domain, row.warnings);
+  if (row.leaf.subject) {
+    object.add("subject", *row.leaf.subject);
+  }
+  object.add("sha256", row.leaf.sha256);
+  addTimes(&object, row, now);
+  return object.text() + "\n";
+}
+
+std::string recordJson(const ExceptionStore& store, const std::string& fileName,
+                       const ExceptionRecord& record, std::int64_t now) {
+  TextWriter object(TextWriter::Form::json);
+  addDecision(&object, fileName, record.domain, record.warnings);
+  addTimes(&object, summarize(store, fileName, record), now);
+  if (record.reason) {
+    object.add("reason", escapeText(*record.reason));
+  }
+  object.startArray("chain");
+  for (const CertificateDer& der : record.chain) {
+    addCertificate(&object, der);
+  }
+  object.endArray();
+  return object.text() + "\n";
+}
+
+ExitStatus withJsonErrors(bool json, const std::function<ExitStatus()>& command) {
+  try {
+    return command();
+  } catch (const CommandError& error) {
+    if (json) {
+      print(writeJsonError(error.what(), {}));
+    }
+    throw;
+  }
+}

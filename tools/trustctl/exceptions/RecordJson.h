@@ -1,0 +1,35 @@
+#ifndef TOOLS_TRUSTCTL_EXCEPTIONS_RECORDJSON_H
+#define TOOLS_TRUSTCTL_EXCEPTIONS_RECORDJSON_H
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "tools/trustctl/CommandError.h"
+#include "tools/trustctl/exceptions/ExceptionStore.h"
+#include "tools/trustctl/exceptions/RecordText.h"
+
+// What is told of a record in a list.
+struct RecordSummary {
+  std::string fileName;
+  std::optional<std::string> domain;
+  unsigned long long warnings = 0;
+  LeafSummary leaf;
+  std::int64_t written = 0;  // when the file was
+  std::optional<std::int64_t> created;
+  std::optional<std::int64_t> expires;
+};
+RecordSummary summarize(const ExceptionStore& store, const std::string& fileName,
+                        const ExceptionRecord& record);
+
+// The two forms for programs, one object on one line, ended; docs/exceptions.md has their
+// members. `now` decides what is expired.
+std::string summaryJson(const RecordSummary& row, std::int64_t now);
+std::string recordJson(const ExceptionStore& store, const std::string& fileName,
+                       const ExceptionRecord& record, std::int64_t now);
+
+// Runs a command; with JSON a CommandError is printed in that form too before it goes on.
+ExitStatus withJsonErrors(bool json, const std::function<ExitStatus()>& command);
+
+#endif
