@@ -5,6 +5,7 @@
 #include "services/common/TimeText.h"
 #include "services/common/WarningTexts.h"
 #include "tools/trustctl/VerdictReport.h"
+#include "tools/trustctl/connect/ConnectionReport.h"
 #include "trustlib/CertificateWarnings.h"
 
 namespace {
@@ -68,6 +69,9 @@ std::string writeJsonReport(const Verdict& verdict, const ReportContext& context
   object.addArray("warnings", namesOfWarnings(verdict.warnings));
   object.add("serial", verdict.chain.empty() ? std::string() : verdict.chain.front().serial);
   addChain(&object, verdict.chain);
+  if (context.connection != nullptr) {
+    addConnection(&object, *context.connection);
+  }
   return finish(&object);
 }
 

@@ -10,8 +10,7 @@ constexpr const char* help =
     "Examples:\n"
     "  trustctl verify --domain example.org chain.pem\n"
     "      May the chain in chain.pem be trusted for example.org?\n"
-    "  openssl s_client -connect example.org:443 -servername example.org -showcerts </dev/null |\n"
-    "      trustctl verify --domain example.org -\n"
+    "  trustctl connect example.org\n"
     "      The same for what a server sends.\n"
     "  trustctl explain NO_TRUSTED\n"
     "      What a warning means, and what to do about it.\n\n"
@@ -48,6 +47,7 @@ Program::Program()
   app.footer(help);
   app.set_version_flag("--version", "trustctl " TRUSTCTL_VERSION, "Print the version");
   addVerifyCommand(&app, &chosen);
+  addConnectCommand(&app, &chosen);
   addExplainCommand(&app, &chosen);
   addCompletionCommand(&app, &chosen);
   addManualCommand(&app, &chosen);

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstring>
 
 #include <fmt/format.h>
 
@@ -7,6 +8,7 @@
 #include "services/common/WarningTexts.h"
 #include "tools/trustctl/Page.h"
 #include "tools/trustctl/VerdictReport.h"
+#include "tools/trustctl/connect/ConnectionReport.h"
 
 namespace {
 
@@ -111,6 +113,19 @@ void writePath(const Verdict& verdict, const ReportContext& context, std::string
   }
 }
 
+void writeConnection(const ReportContext& context, std::string* out) {
+  *out += "\nConnection:\n";
+  for (const ConnectionField& field : fieldsOf(*context.connection, context.time)) {
+    if (field.isForeign) {
+      writeField(field.label, field.value, context, out);
+      continue;
+    }
+    std::string lines = wrapped(field.value, labelColumns, context.columns);
+    lines.replace(4, std::strlen(field.label), field.label);
+    *out += lines + "\n";
+  }
+}
+
 }  // namespace
 
 std::string writeTextReport(const Verdict& verdict, const ReportContext& context) {
@@ -118,6 +133,9 @@ std::string writeTextReport(const Verdict& verdict, const ReportContext& context
   writeVerdict(verdict, context, &out);
   writeReasons(verdict, context, &out);
   writePath(verdict, context, &out);
+  if (context.connection != nullptr) {
+    writeConnection(context, &out);
+  }
   const auto reasons = textsOf(verdict.warnings);
   if (!reasons.empty()) {
     out +=

@@ -8,6 +8,7 @@
 
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/Judging.h"
+#include "tools/trustctl/connect/ConnectionFacts.h"
 
 // What a report says besides the verdict.
 struct ReportContext {
@@ -15,8 +16,14 @@ struct ReportContext {
   std::int64_t time = 0;              // the moment of the check, seconds since 1970
   bool timeGiven = false;             // --at: say so
   bool colours = false;
-  std::size_t columns = 80;               // for the text; at least 40
-  std::optional<std::string> input = {};  // which of many it is about, not yet escaped
+  std::size_t columns = 80;                     // for the text; at least 40
+  std::optional<std::string> input = {};        // which of many it is about, not yet escaped
+  const ConnectionFacts* connection = nullptr;  // null where the chain is from files; borrowed
+};  // which of many it is about, not yet escaped
+=======
+  std::size_t columns = 80;                     // for the text; at least 40
+  const ConnectionFacts* connection = nullptr;  // null where the chain is from files; borrowed
+>>>>>>> fb9fe0d (trustctl: judge what a server sends with connect)
 };
 
 // The report for people: verdict, reasons, certificate path; lines of at most so many columns,
@@ -30,8 +37,10 @@ std::string writeJsonReport(const Verdict& verdict, const ReportContext& context
 std::string writeJsonError(const std::string& error, const ReportContext& context);
 
 // Has `judge` find the verdict and prints its report in the form that the options ask for. With
-// JSON a CommandError is printed there too before it goes on.
+// JSON a CommandError is printed there too before it goes on. `judge` may still set the domain and
+// fill in the connection, which is null where there is none.
 ExitStatus reportVerdict(const JudgingOptions& options, const std::optional<std::string>& domain,
-                         const std::function<Verdict()>& judge);
+                         const std::function<Verdict()>& judge,
+                         const ConnectionFacts* connection = nullptr);
 
 #endif
