@@ -106,13 +106,14 @@ void Dialogue::receiveMore() {
   char piece[4096];
   const std::size_t count = socket_->receive(piece, sizeof piece);
   if (count == 0) {
-    if (looksLikeTls(buffer_)) {
-      failAsOtherProtocol(buffer_);
-    }
     fail(fmt::format(
              "closed the connection before TLS began, in the {} dialogue; its last words are",
              protocol_),
          buffer_);
   }
   buffer_.append(piece, count);
+  if (!hasBegun_ && looksLikeTls(buffer_)) {
+    failAsOtherProtocol(buffer_);  // no line of words will come
+  }
+  hasBegun_ = true;
 }

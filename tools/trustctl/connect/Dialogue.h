@@ -50,7 +50,8 @@ class Dialogue {
 
   Socket* socket_;
   const char* protocol_;
-  std::string buffer_;  // received and not yet read
+  std::string buffer_;     // received and not yet read
+  bool hasBegun_ = false;  // something was received
 };
 
 #endif

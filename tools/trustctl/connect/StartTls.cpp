@@ -140,7 +140,9 @@ const StartTlsProtocol* findStartTlsProtocol(const std::string& name) {
 }
 
 void startTls(const StartTlsProtocol& protocol, Socket* socket, const std::string& host) {
-  socket->enter(fmt::format("in the {} dialogue before TLS", protocol.title));
+  socket->enter(
+      fmt::format("in the {} dialogue before TLS (where TLS begins at once, leave --starttls out)",
+                  protocol.title));
   Dialogue dialogue(socket, protocol.title);
   protocol.ask(&dialogue, host);
   dialogue.requireNothingMore();
