@@ -91,7 +91,7 @@ std::string alpnText(const ConnectionFacts& connection) {
 const char* clientText(const ConnectionFacts& connection) {
   return connection.needsCertificate
              ? "the server wants a certificate of yours and ended the handshake without one"
-             : "the server asked for a certificate of yours and went on without one";
+             : "the server asked for a certificate of yours; it was given none";
 }
 
 }  // namespace
