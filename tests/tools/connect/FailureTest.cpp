@@ -52,6 +52,14 @@ TEST_F(ConnectFailure, RefusedByEveryAddressOfAName) {
   EXPECT_THAT(result.err, HasSubstr("127.0.0.1: Connection refused"));
 }
 
+TEST_F(ConnectFailure, NoAnswerToTheConnection) {
+  const CrowdedPort crowded;
+  const ProgramRun result = connect(crowded.target(), {"--timeout", "1"});
+  EXPECT_EQ(3, result.status);
+  EXPECT_TRUE(isComplaint(result.err, "cannot connect to '127.0.0.1' port "));
+  EXPECT_THAT(result.err, HasSubstr(": no answer in time; check the host, the port"));
+}
+
 TEST_F(ConnectFailure, NoAnswerInTheHandshake) {
   const ScriptedServer silent([](const ScriptedPeer& peer) { peer.awaitEnd(); });
   const ProgramRun result = connect(silent.target(), {"--timeout", "1"});

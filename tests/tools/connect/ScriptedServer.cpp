@@ -117,3 +117,25 @@ DeafPort::DeafPort() : socket_(bindToLoopback(&target_)) {}
 DeafPort::~DeafPort() {
   close(socket_);
 }
+
+CrowdedPort::CrowdedPort() {
+  constexpr int crowd = 8;
+  const int listener = bindToLoopback(&target_);
+  sockets_.push_back(listener);
+  sockaddr_in address{};
+  socklen_t length = sizeof address;
+  auto* name = reinterpret_cast<sockaddr*>(&address);
+  if (listen(listener, 0) == -1 || getsockname(listener, name, &length) == -1) {
+    throw std::runtime_error("cannot listen on " + target_);
+  }
+  for (int i = 0; i < crowd; ++i) {
+    sockets_.push_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    (void)connect(sockets_.back(), name, length);  // the first ones succeed, the others wait
+  }
+}
+
+CrowdedPort::~CrowdedPort() {
+  for (const int fd : sockets_) {
+    close(fd);
+  }
+}

@@ -65,4 +65,20 @@ class DeafPort {
   int socket_;
 };
 
+// A port of loopback where a server listens, but so many wait for it already that it does not
+// answer one more.
+class CrowdedPort {
+ public:
+  CrowdedPort();
+  ~CrowdedPort();
+  CrowdedPort(const CrowdedPort&) = delete;
+  CrowdedPort& operator=(const CrowdedPort&) = delete;
+
+  const std::string& target() const { return target_; }
+
+ private:
+  std::string target_;
+  std::vector<int> sockets_;
+};
+
 #endif

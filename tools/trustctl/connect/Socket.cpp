@@ -6,14 +6,12 @@
 
 #include <cerrno>
 #include <system_error>
-#include <utility>
 #include <vector>
 
 #include <fmt/format.h>
 
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandError.h"
-#include "tools/trustctl/Interruption.h"
 #include "tools/trustctl/connect/Resolver.h"
 
 namespace {
@@ -81,6 +79,12 @@ std::string reasonText(const Failure& failure) {
                                  port, reasons, adviceFor(failures.back().error)));
 }
 
+[[noreturn]] void failAsBroken(const std::string& server, int error) {
+  throw CommandError(ExitStatus::undecided,
+                     fmt::format("the connection to {} broke: {}; check the network and try again",
+                                 server, std::generic_category().message(error)));
+}
+
 bool isEndOfPeer(int error) {
   return error == EPIPE || error == ECONNRESET;
 }
@@ -126,7 +130,7 @@ void Socket::send(const void* bytes, std::size_t length) {
     } else if (isEndOfPeer(errno)) {
       return;
     } else if (errno != EAGAIN && errno != EINTR) {
-      throw std::system_error(errno, std::generic_category(), "cannot send to " + server_);
+      failAsBroken(server_, errno);
     }
   }
 }
@@ -142,7 +146,7 @@ std::size_t Socket::receive(void* bytes, std::size_t capacity) {
       return 0;
     }
     if (errno != EAGAIN && errno != EINTR) {
-      throw std::system_error(errno, std::generic_category(), "cannot receive from " + server_);
+      failAsBroken(server_, errno);
     }
   }
 }
