@@ -14,11 +14,14 @@ using CommandAction = std::function<ExitStatus()>;
 
 // Each command adds itself to the program: its options, its help, and a callback that puts its
 // action into `chosen`. Both must outlive the parse.
+void addBlacklistCommands(CLI::App* program, CommandAction* chosen);
 void addCompletionCommand(CLI::App* program, CommandAction* chosen);
 void addConnectCommand(CLI::App* program, CommandAction* chosen);
 void addExceptionsCommands(CLI::App* program, CommandAction* chosen);
 void addExplainCommand(CLI::App* program, CommandAction* chosen);
 void addManualCommand(CLI::App* program, CommandAction* chosen);
+void addMatchCommand(CLI::App* program, CommandAction* chosen);
+void addServicesCommands(CLI::App* program, CommandAction* chosen);
 void addVerifyCommand(CLI::App* program, CommandAction* chosen);
 
 #endif

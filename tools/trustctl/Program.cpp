@@ -48,9 +48,12 @@ Program::Program()
   app.set_version_flag("--version", "trustctl " TRUSTCTL_VERSION, "Print the version");
   addVerifyCommand(&app, &chosen);
   addConnectCommand(&app, &chosen);
+  addExceptionsCommands(&app, &chosen);
   addExplainCommand(&app, &chosen);
+  addMatchCommand(&app, &chosen);
+  addBlacklistCommands(&app, &chosen);
+  addServicesCommands(&app, &chosen);
   addCompletionCommand(&app, &chosen);
   addManualCommand(&app, &chosen);
-  addExceptionsCommands(&app, &chosen);
   addCommonOptions(&app);
 }

@@ -19,11 +19,6 @@ struct ReportContext {
   std::size_t columns = 80;                     // for the text; at least 40
   std::optional<std::string> input = {};        // which of many it is about, not yet escaped
   const ConnectionFacts* connection = nullptr;  // null where the chain is from files; borrowed
-};  // which of many it is about, not yet escaped
-=======
-  std::size_t columns = 80;                     // for the text; at least 40
-  const ConnectionFacts* connection = nullptr;  // null where the chain is from files; borrowed
->>>>>>> fb9fe0d (trustctl: judge what a server sends with connect)
 };
 
 // The report for people: verdict, reasons, certificate path; lines of at most so many columns,

@@ -34,34 +34,88 @@ std::vector<std::string_view> labelsOf(std::string_view name) {
   return labels;
 }
 
-bool isWellFormed(const CertificateName& name) {
-  const bool ascii = name.kind == CertificateName::Kind::dns;
-  return std::none_of(name.text.begin(), name.text.end(), [ascii](char c) {
-    const auto byte = static_cast<unsigned char>(c);
-    return byte < 0x20 || byte == 0x7f || byte == '\\' || (ascii && byte >= 0x80);
-  });
+// A control character from U+0080 on, in UTF-8.
+bool isLateControl(std::string_view text, std::size_t at) {
+  return text[at] == '\xc2' && at + 1 < text.size() &&
+         static_cast<unsigned char>(text[at + 1]) < 0xa0;
 }
 
-bool wildcardCovers(std::string_view name, std::string_view domain) {
-  const auto pattern = labelsOf(name);
-  const auto labels = labelsOf(domain);
-  if (pattern.empty() || pattern.size() != labels.size()) return false;
-  const std::string_view first = pattern.front();
-  if (first.find('*') != first.size() - 1) return false;
-  const char lastLead = pattern.back().front();
-  if (lastLead >= '0' && lastLead <= '9') return false;  // it ends like an address
-  return std::equal(pattern.begin() + 1, pattern.end(), labels.begin() + 1) &&
-         labels.front().substr(0, first.size() - 1) == first.substr(0, first.size() - 1);
+bool isWellFormed(const CertificateName& name) {
+  const bool ascii = name.kind == CertificateName::Kind::dns;
+  for (std::size_t i = 0; i < name.text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(name.text[i]);
+    if (byte < 0x20 || byte == 0x7f || byte == '\\' || (ascii && byte >= 0x80) ||
+        isLateControl(name.text, i)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+using Labels = std::vector<std::string_view>;
+
+NameMatch compared(NameReason reason, const Labels& name, const Labels& domain) {
+  return {reason, name.size(), domain.size()};
+}
+
+NameMatch differing(NameReason reason, const Labels& name, const Labels& domain, std::size_t at) {
+  return {reason, name.size(), domain.size(), std::string(name[at]), std::string(domain[at])};
+}
+
+// From label `first` on, as long as there are as many of them. What is left where all are equal
+// is up to the caller.
+NameMatch compareLabels(const Labels& name, const Labels& domain, std::size_t first) {
+  if (name.size() != domain.size()) {
+    return compared(NameReason::otherLabelCount, name, domain);
+  }
+  for (std::size_t i = first; i < name.size(); ++i) {
+    if (name[i] != domain[i]) return differing(NameReason::otherLabel, name, domain, i);
+  }
+  return compared(NameReason::covers, name, domain);
+}
+
+NameMatch matchWildcard(const Labels& name, const Labels& domain) {
+  const std::string_view first = name.front();
+  if (first.find('*') != first.size() - 1) {
+    return compared(NameReason::starElsewhere, name, domain);
+  }
+  const char lastLead = name.back().front();
+  if (lastLead >= '0' && lastLead <= '9') {
+    return compared(NameReason::endsLikeAddress, name, domain);
+  }
+  NameMatch rest = compareLabels(name, domain, 1);
+  if (rest.reason != NameReason::covers) return rest;
+  const std::string_view start = first.substr(0, first.size() - 1);
+  if (domain.front().substr(0, start.size()) == start) return rest;
+  return differing(NameReason::otherStart, name, domain, 0);
 }
 
 }  // namespace
 
-bool nameCoversDomain(const CertificateName& name, std::string_view domain) {
-  if (domain.empty() || !isWellFormed(name)) return false;
+NameMatch matchName(const CertificateName& name, std::string_view domain) {
   const std::string lowerName = toLower(name.text);
   const std::string lowerDomain = toLower(domain);
-  if (lowerName == lowerDomain) return true;
-  return lowerName.find('*') != std::string::npos && wildcardCovers(lowerName, lowerDomain);
+  const Labels nameLabels = labelsOf(lowerName);
+  const Labels domainLabels = labelsOf(lowerDomain);
+  if (name.text.empty() || !isWellFormed(name)) {
+    return compared(NameReason::malformed, nameLabels, domainLabels);
+  }
+  if (lowerName == lowerDomain) return compared(NameReason::covers, nameLabels, domainLabels);
+  if (lowerName.find('*') != std::string::npos) return matchWildcard(nameLabels, domainLabels);
+  NameMatch match = compareLabels(nameLabels, domainLabels, 0);
+  if (match.reason == NameReason::covers) match.reason = NameReason::otherSpelling;
+  return match;
+}
+
+NameMatch matchNameOf(const CertificateNames& names, const CertificateName& name,
+                      std::string_view domain) {
+  using Kind = CertificateName::Kind;
+  if (isNameOfServer(names, name)) return matchName(name, domain);
+  return {name.kind == Kind::commonName ? NameReason::notLookedAt : NameReason::otherKind};
+}
+
+bool nameCoversDomain(const CertificateName& name, std::string_view domain) {
+  return matchName(name, domain).reason == NameReason::covers;
 }
 
 bool isNameOfServer(const CertificateNames& names, const CertificateName& name) {
