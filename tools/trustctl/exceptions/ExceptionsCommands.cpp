@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tools/trustctl/exceptions/ExchangeCommands.h"
+
 namespace {
 
 constexpr const char* help =
@@ -24,4 +26,7 @@ void addExceptionsCommands(CLI::App* program, CommandAction* chosen) {
   addClearCommand(group, chosen);
   addPruneCommand(group, chosen);
   addDoctorCommand(group, chosen);
+  addAddCommand(group, chosen);
+  addExportCommand(group, chosen);
+  addImportCommand(group, chosen);
 }

@@ -1,0 +1,99 @@
+#include "tools/trustctl/exceptions/DocumentInput.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+
+#include <fmt/format.h>
+
+#include "services/common/PrintableText.h"
+#include "tools/trustctl/CommandError.h"
+#include "tools/trustctl/InputFile.h"
+#include "tools/trustctl/Interruption.h"
+
+namespace {
+
+std::string reasonOf(int error) {
+  return std::generic_category().message(error);
+}
+
+[[noreturn]] void failToCopy(int error) {
+  throw CommandError(ExitStatus::undecided,
+                     fmt::format("cannot keep standard input in a temporary file (TMPDIR): {}; "
+                                 "free some space, or import from a file",
+                                 reasonOf(error)));
+}
+
+void makeUnnamedFile(FileDescriptor* file) {
+  std::error_code error;
+  const std::filesystem::path parent = std::filesystem::temp_directory_path(error);
+  std::string path = ((error ? "/tmp" : parent) / "trustctl-XXXXXX").string();
+  const InterruptionBlocker blocker;  // made and without a name, or neither
+  const int fd = mkostemp(path.data(), O_CLOEXEC);
+  if (fd == -1) {
+    failToCopy(errno);
+  }
+  file->reset(fd);
+  unlink(path.c_str());
+}
+
+void writeAll(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = write(fd, bytes.data(), bytes.size());
+    if (written == -1 && errno != EINTR) {
+      failToCopy(errno);
+    }
+    Interruption::check();
+    bytes.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+  }
+}
+
+void copyStandardInput(FileDescriptor* copy) {
+  makeUnnamedFile(copy);
+  std::string buffer(std::size_t{256} * 1024, '\0');
+  for (;;) {
+    Interruption::check();
+    const ssize_t length = read(STDIN_FILENO, buffer.data(), buffer.size());
+    if (length == 0) {
+      return;
+    }
+    if (length > 0) {
+      writeAll(copy->get(), {buffer.data(), static_cast<std::size_t>(length)});
+    } else if (errno != EINTR) {
+      throw CommandError(
+          ExitStatus::wrongUse,
+          fmt::format("standard input cannot be read: {}; name a file", reasonOf(errno)));
+    }
+  }
+}
+
+void openPlainFile(const std::string& path, const std::string& name, FileDescriptor* file) {
+  // Does not wait for whoever writes to a named pipe.
+  file->reset(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  struct stat status {};
+  if (file->get() == -1 || fstat(file->get(), &status) != 0) {
+    throw CommandError(ExitStatus::wrongUse,
+                       fmt::format("{} cannot be read: {}; check the path", name, reasonOf(errno)));
+  }
+  if (!S_ISREG(status.st_mode)) {
+    throw CommandError(
+        ExitStatus::wrongUse,
+        fmt::format("{} is no plain file; connect it to standard input and name it -", name));
+  }
+}
+
+}  // namespace
+
+DocumentInput::DocumentInput(const std::string& path) : name_(inputName(path)) {
+  if (path == "-") {
+    copyStandardInput(&file_);
+  } else {
+    openPlainFile(path, name_, &file_);
+  }
+}

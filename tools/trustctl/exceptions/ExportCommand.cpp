@@ -1,0 +1,155 @@
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+
+#include "services/common/PrintableText.h"
+#include "tools/trustctl/Options.h"
+#include "tools/trustctl/Page.h"
+#include "tools/trustctl/exceptions/DocumentWriter.h"
+#include "tools/trustctl/exceptions/DomainPattern.h"
+#include "tools/trustctl/exceptions/ExceptionStore.h"
+#include "tools/trustctl/exceptions/ExchangeCommands.h"
+#include "tools/trustctl/exceptions/NewFile.h"
+#include "tools/trustctl/exceptions/Progress.h"
+#include "tools/trustctl/exceptions/StoreOption.h"
+
+namespace {
+
+constexpr const char* help =
+    "Writes one JSON document, one decision a line, sorted by domain; exceptions import reads it.\n"
+    "FILE must not be there yet and appears when it is whole; - is standard output. PATTERN is as\n"
+    "for a shell: *.example. A record that cannot be read is told, and the others are written.\n\n"
+    "Examples:\n"
+    "  trustctl exceptions export decisions.json\n"
+    "  trustctl exceptions export --domain '*.example' -\n"
+    "  trustctl exceptions export - | ssh other trustctl exceptions import -\n\n"
+    "Exit status: 0 done, 2 wrong use, 3 a record or the store could not be read, or the document\n"
+    "not be written.\n";
+
+struct ExportOptions {
+  std::optional<std::string> pattern;
+  std::string file;
+  StoreOption store;
+};
+
+// What a record is sorted by; the records themselves are read a second time.
+struct Entry {
+  std::string lowerDomain;
+  std::string domain;
+  unsigned long long warnings;
+  std::string fileName;
+};
+
+bool comesBefore(const Entry& left, const Entry& right) {
+  return std::tie(left.lowerDomain, left.domain, left.warnings, left.fileName) <
+         std::tie(right.lowerDomain, right.domain, right.warnings, right.fileName);
+}
+
+// Records that cannot be exported: each is told, and all are counted.
+class Failures {
+ public:
+  void tell(const std::string& fileName, const std::string& reason) {
+    ++count_;
+    printComplaint(
+        fmt::format("'{}' is left out: {}", printableText(fileName), printableText(reason, 300)));
+  }
+  void throwIfAny() const {
+    if (count_ > 0) {
+      throw CommandError(ExitStatus::undecided,
+                         fmt::format("{} record{} could not be exported, all others were; see what "
+                                     "is wrong with: trustctl exceptions doctor",
+                                     count_, count_ == 1 ? "" : "s"));
+    }
+  }
+
+ private:
+  std::size_t count_ = 0;
+};
+
+std::vector<Entry> sortedEntries(const ExceptionStore& store, const ExportOptions& options,
+                                 Failures* failures) {
+  const std::optional<DomainPattern> pattern =
+      options.pattern ? std::optional<DomainPattern>(*options.pattern) : std::nullopt;
+  const std::vector<std::string> names = store.fileNames();
+  std::vector<Entry> entries;
+  Progress progress("reading", names.size());
+  for (const std::string& name : names) {
+    progress.advance();
+    try {
+      const ExceptionRecord record = store.read(name);
+      if (!pattern || pattern->matches(record.domain)) {
+        const std::string domain = record.domain.value_or("");
+        entries.push_back({lowerCase(domain), domain, record.warnings, name});
+      }
+    } catch (const CommandError&) {
+      throw;
+    } catch (const std::runtime_error& error) {
+      failures->tell(name, error.what());
+    }
+  }
+  std::sort(entries.begin(), entries.end(), comesBefore);
+  return entries;
+}
+
+std::size_t writeDocument(const ExceptionStore& store, const std::vector<Entry>& entries,
+                          const std::function<void(const std::string&)>& write,
+                          Failures* failures) {
+  write(documentStart);
+  std::size_t written = 0;
+  Progress progress("writing", entries.size());
+  for (const Entry& entry : entries) {
+    progress.advance();
+    try {
+      write(documentLine(store.read(entry.fileName), written == 0));
+      ++written;
+    } catch (const CommandError&) {
+      throw;
+    } catch (const std::runtime_error& error) {
+      failures->tell(entry.fileName, error.what());
+    }
+  }
+  write(documentEnd);
+  return written;
+}
+
+ExitStatus runExport(const ExportOptions& options) {
+  const ExceptionStore store(options.store.directory());
+  Failures failures;
+  if (options.file == "-") {
+    writeDocument(store, sortedEntries(store, options, &failures), print, &failures);
+  } else {
+    NewFile file(options.file);
+    const std::size_t written = writeDocument(
+        store, sortedEntries(store, options, &failures),
+        [&file](const std::string& bytes) { file.write(bytes); }, &failures);
+    file.finish();
+    print(fmt::format("{} decision{} exported to '{}'.\n", written, written == 1 ? "" : "s",
+                      printableText(options.file)));
+  }
+  failures.throwIfAny();
+  return ExitStatus::trusted;
+}
+
+}  // namespace
+
+void addExportCommand(CLI::App* group, CommandAction* chosen) {
+  CLI::App* command = group->add_subcommand("export", "Write decisions into one JSON document");
+  command->footer(help);
+  const auto options = std::make_shared<ExportOptions>();
+  refuseEmpty(command->add_option("--domain", options->pattern, "Only those of such domains")
+                  ->type_name("PATTERN"));
+  addStoreOption(command, &options->store);
+  refuseEmpty(command->add_option("FILE", options->file, "A new file; - for stdout")
+                  ->required()
+                  ->type_name(""));
+  command->callback([options, chosen] { *chosen = [options] { return runExport(*options); }; });
+}

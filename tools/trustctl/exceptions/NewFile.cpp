@@ -1,0 +1,96 @@
+#include "tools/trustctl/exceptions/NewFile.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include <fmt/format.h>
+
+#include "services/common/PrintableText.h"
+#include "tools/trustctl/CommandError.h"
+#include "tools/trustctl/Interruption.h"
+
+namespace {
+
+constexpr std::size_t flushBytes = std::size_t{256} * 1024;
+
+[[noreturn]] void refuseTaken(const std::string& path) {
+  throw CommandError(ExitStatus::wrongUse,
+                     fmt::format("'{}' is there already and is not written over; give another "
+                                 "name, or remove it",
+                                 printableText(path)));
+}
+
+std::string directoryOf(const std::string& path) {
+  const auto directory = std::filesystem::absolute(path).parent_path();
+  return directory.string();
+}
+
+std::string nameIn(const std::string& path) {
+  std::string name = std::filesystem::path(path).filename().string();
+  if (name.empty() || name == "." || name == "..") {
+    throw CommandError(ExitStatus::wrongUse,
+                       fmt::format("'{}' is no name for a file; give one", printableText(path)));
+  }
+  return name;
+}
+
+}  // namespace
+
+NewFile::NewFile(const std::string& path)
+    : name_(nameIn(path)),
+      temporaryName_(fmt::format(".{}.{}.new", name_, getpid())),
+      directory_(directoryOf(path), true) {
+  if (directory_.has(name_)) {
+    refuseTaken(directory_.pathOf(name_));
+  }
+  constexpr mode_t mode = 0644;
+  file_.reset(openat(directory_.fd(), temporaryName_.c_str(),
+                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+  if (file_.get() == -1) {
+    directory_.fail("make", temporaryName_, errno);
+  }
+}
+
+NewFile::~NewFile() {
+  if (file_.get() != -1) {
+    unlinkat(directory_.fd(), temporaryName_.c_str(), 0);
+  }
+}
+
+void NewFile::write(const std::string& bytes) {
+  buffer_ += bytes;
+  if (buffer_.size() >= flushBytes) {
+    flush();
+  }
+}
+
+void NewFile::flush() {
+  std::size_t done = 0;
+  while (done < buffer_.size()) {
+    const ssize_t written = ::write(file_.get(), buffer_.data() + done, buffer_.size() - done);
+    if (written == -1 && errno == EINTR) {
+      Interruption::check();
+    } else if (written == -1) {
+      directory_.fail("write", temporaryName_, errno);
+    } else {
+      done += static_cast<std::size_t>(written);
+    }
+  }
+  buffer_.clear();
+}
+
+void NewFile::finish() {
+  flush();
+  if (fsync(file_.get()) != 0) {
+    directory_.fail("write", temporaryName_, errno);
+  }
+  const InterruptionBlocker whole;
+  if (!directory_.moveIfFree(temporaryName_, directory_, name_)) {
+    refuseTaken(directory_.pathOf(name_));
+  }
+  file_.reset();
+  directory_.sync();
+}
