@@ -145,7 +145,9 @@ ExitStatus runMatch(const MatchOptions& options) {
     return verdict.covered ? ExitStatus::trusted : ExitStatus::notTrusted;
   } catch (const CommandError& error) {
     if (options.json) {
-      print(writeJsonError(error.what(), options.domain));
+      ReportContext context;
+      context.domain = options.domain;
+      print(writeJsonError(error.what(), context));
     }
     throw;
   }

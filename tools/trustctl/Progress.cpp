@@ -5,42 +5,45 @@
 #include <cstdio>
 #include <utility>
 
-#include <fmt/format.h>
+#include "tools/trustctl/Interruption.h"
 
 namespace {
 
-constexpr std::chrono::milliseconds quietTime{1000};
-constexpr std::chrono::milliseconds betweenLooks{200};
-
-void draw(const std::string& text) {
-  (void)fwrite(text.data(), 1, text.size(), stderr);
-}
+constexpr std::chrono::seconds patience(1);
+constexpr std::chrono::milliseconds drawingInterval(200);
 
 }  // namespace
 
-Progress::Progress(std::string verb, std::size_t total)
-    : verb_(std::move(verb)),
+Progress::Progress(std::string doing, std::size_t total, std::string things)
+    : doing_(std::move(doing)),
+      things_(std::move(things)),
       total_(total),
-      isOnTerminal_(isatty(STDERR_FILENO) == 1),
-      next_(Clock::now() + quietTime) {}
+      isSeen_(isatty(STDERR_FILENO) == 1),
+      next_(Clock::now() + patience) {}
 
 Progress::~Progress() {
   hide();
 }
 
-void Progress::show(std::size_t done) {
-  if (!isOnTerminal_ || Clock::now() < next_) {
+void Progress::advance() {
+  ++done_;
+  wait();
+}
+
+void Progress::wait() {
+  Interruption::check();
+  if (!isSeen_ || Clock::now() < next_) {
     return;
   }
-  next_ = Clock::now() + betweenLooks;
-  isShown_ = true;
-  draw(total_ == 0 ? fmt::format("\r{} {} ", verb_, done)
-                   : fmt::format("\r{} {} of {} ", verb_, done, total_));
+  next_ = Clock::now() + drawingInterval;
+  (void)fprintf(stderr, "\r%s %zu of %zu %s\x1b[K", doing_.c_str(), done_, total_, things_.c_str());
+  (void)fflush(stderr);
+  isDrawn_ = true;
 }
 
 void Progress::hide() {
-  if (isShown_) {
-    isShown_ = false;
-    draw("\r\x1b[K");
+  if (isDrawn_) {
+    (void)fputs("\r\x1b[K", stderr);
+    isDrawn_ = false;
   }
 }

@@ -5,31 +5,35 @@
 #include <cstddef>
 #include <string>
 
-// Tells on standard error how far long work is: one line that is drawn over and goes in the end.
-// Only on a terminal, and not before a second has passed. One at a time.
+// Tells on a terminal how far a long task is: one line on standard error, from the second second
+// on, gone when the task ends. Silent anywhere else.
 class Progress {
  public:
-  // "checked 120 of 4000"; a total of 0 is one that nobody knows.
-  explicit Progress(std::string verb, std::size_t total = 0);
+  // "reading 1200 of 100000 records", with the words around the numbers as given.
+  Progress(std::string doing, std::size_t total, std::string things = "records");
   ~Progress();
-
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  // So much is done; cheap enough for every step.
-  void show(std::size_t done);
+  // One more is done. Throws Interrupted when a signal has come.
+  void advance();
 
-  // Takes the line away, for what is to be printed now; the next show() brings it back.
+  // Nothing more is done, but the line may be due.
+  void wait();
+
+  // Takes the line away for what is to be printed; the next of the above draws it again.
   void hide();
 
  private:
   using Clock = std::chrono::steady_clock;
 
-  std::string verb_;
+  std::string doing_;
+  std::string things_;
   std::size_t total_;
-  bool isOnTerminal_;
-  bool isShown_ = false;
-  Clock::time_point next_;
+  std::size_t done_ = 0;
+  bool isSeen_;             // standard error is a terminal
+  Clock::time_point next_;  // when to draw
+  bool isDrawn_ = false;
 };
 
 #endif

@@ -9,7 +9,7 @@
 namespace {
 
 constexpr std::size_t indentation = 4;
-constexpr std::size_t labelColumns = 18;  // where the values begin
+constexpr std::size_t labelColumns = 20;  // where the values begin
 
 std::string toned(DialogTone tone, const std::string& text) {
   switch (tone) {

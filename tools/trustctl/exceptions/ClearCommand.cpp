@@ -13,7 +13,7 @@
 #include "tools/trustctl/Page.h"
 #include "tools/trustctl/exceptions/Confirmation.h"
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
-#include "tools/trustctl/exceptions/Progress.h"
+#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/exceptions/RecordText.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 #include "tools/trustctl/exceptions/StoreWriter.h"

@@ -19,7 +19,7 @@
 #include "tools/trustctl/exceptions/ExceptionStore.h"
 #include "tools/trustctl/exceptions/ExchangeCommands.h"
 #include "tools/trustctl/exceptions/NewFile.h"
-#include "tools/trustctl/exceptions/Progress.h"
+#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 
 namespace {

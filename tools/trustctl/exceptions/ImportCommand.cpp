@@ -12,7 +12,7 @@
 #include "tools/trustctl/Page.h"
 #include "tools/trustctl/exceptions/DocumentReader.h"
 #include "tools/trustctl/exceptions/ExchangeCommands.h"
-#include "tools/trustctl/exceptions/Progress.h"
+#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/exceptions/RecordText.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 #include "tools/trustctl/exceptions/StoreWriter.h"

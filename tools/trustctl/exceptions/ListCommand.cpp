@@ -16,7 +16,7 @@
 #include "tools/trustctl/exceptions/DomainPattern.h"
 #include "tools/trustctl/exceptions/ExceptionStore.h"
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
-#include "tools/trustctl/exceptions/Progress.h"
+#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/exceptions/RecordJson.h"
 #include "tools/trustctl/exceptions/RecordText.h"
 #include "tools/trustctl/exceptions/StoreOption.h"

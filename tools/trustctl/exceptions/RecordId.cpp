@@ -12,7 +12,7 @@
 #include "tools/trustctl/Options.h"
 #include "tools/trustctl/Suggestion.h"
 #include "tools/trustctl/exceptions/DomainPattern.h"
-#include "tools/trustctl/exceptions/Progress.h"
+#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/exceptions/RecordName.h"
 
 namespace {

@@ -12,7 +12,7 @@
 
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandError.h"
-#include "tools/trustctl/exceptions/Progress.h"
+#include "tools/trustctl/Progress.h"
 
 namespace {
 

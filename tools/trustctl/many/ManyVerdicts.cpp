@@ -142,9 +142,8 @@ ExitStatus judgeMany(const JudgingOptions& options, const std::vector<ManyInput>
                      std::size_t threads) {
   const Judging judging(options);
   std::vector<std::unique_ptr<Outcome>> outcomes(inputs.size());
-  Progress progress("judged", inputs.size());
+  Progress progress("judged", inputs.size(), "chains");
   Summary summary;
-  std::size_t told = 0;
   inParallel(
       inputs.size(), threads,
       [&](std::size_t index) {
@@ -156,9 +155,9 @@ ExitStatus judgeMany(const JudgingOptions& options, const std::vector<ManyInput>
         progress.hide();
         print(options.json ? jsonLine(options, inputs[index], *outcome)
                            : textLines(inputs[index], *outcome));
-        progress.show(++told);
+        progress.advance();
       },
-      [&] { progress.show(told); });
+      [&] { progress.wait(); });
   progress.hide();
   if (!options.json) {
     print(summary.text());
