@@ -54,11 +54,19 @@ CertificateView view(const CertificateDer& der) {
   }
 }
 
-Verdict describe(const CertificateTrustInfo& info) {
-  Verdict verdict{info.isValid(), info.isException(), info.isRevoked(), info.getWarnings(), {}};
+std::vector<CertificateDer> bytesOf(const CertificateTrustInfo& info) {
+  std::vector<CertificateDer> chain;
   for (const Certificate* certificate : *info.getCertificateChain()) {
     const unsigned char* der = certificate->getDer();
-    verdict.chain.push_back(view(CertificateDer(der, der + certificate->getDerLength())));
+    chain.emplace_back(der, der + certificate->getDerLength());
+  }
+  return chain;
+}
+
+Verdict describe(const CertificateTrustInfo& info) {
+  Verdict verdict{info.isValid(), info.isException(), info.isRevoked(), info.getWarnings(), {}};
+  for (const CertificateDer& der : bytesOf(info)) {
+    verdict.chain.push_back(view(der));
   }
   return verdict;
 }
@@ -117,6 +125,10 @@ Verification::Verification(const Question& question)
 }
 
 Verification::~Verification() = default;
+
+std::vector<CertificateDer> Verification::chain() const {
+  return bytesOf(*info_);
+}
 
 void Verification::ask() {
   Interruption::check();

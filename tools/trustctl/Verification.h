@@ -50,6 +50,9 @@ class Verification {
   // The verdict, and what the user made of it since.
   const Verdict& verdict() const { return verdict_; }
 
+  // The chain that the service settled on, leaf first: what a decision is about.
+  std::vector<CertificateDer> chain() const;
+
   // True when the user may be asked to trust the chain all the same.
   bool mayAsk() const { return !verdict_.trusted && !verdict_.revoked; }
 

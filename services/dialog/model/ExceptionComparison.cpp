@@ -75,6 +75,34 @@ ExceptionDifference compare(unsigned long long warnings, const Present& present,
   return difference;
 }
 
+std::optional<std::size_t> placeOf(const ChainMember& certificate,
+                                   const std::vector<ChainMember>& chain) {
+  const auto found = std::find_if(chain.begin(), chain.end(), [&](const ChainMember& other) {
+    return isSameCertificate(certificate, other);
+  });
+  if (found == chain.end()) return {};
+  return static_cast<std::size_t>(found - chain.begin());
+}
+
+// What became of the certificate of now in that place.
+CertificateDifference compareAt(std::size_t place, const std::vector<ChainMember>& now,
+                                const std::vector<ChainMember>& then) {
+  const bool hasCounterpart = place < then.size();
+  if (hasCounterpart && isSameCertificate(now[place], then[place])) {
+    return {CertificateChange::none, place, place};
+  }
+  if (const auto before = placeOf(now[place], then)) {
+    return {CertificateChange::moved, place, before};
+  }
+  // What is elsewhere in the chain of now was not replaced.
+  if (!hasCounterpart || placeOf(then[place], now)) {
+    return {CertificateChange::added, place, {}};
+  }
+  const bool sameKey = now[place].publicKey == then[place].publicKey;
+  return {sameKey ? CertificateChange::renewedKeyKept : CertificateChange::keyChanged, place,
+          place};
+}
+
 auto distanceOf(const ExceptionDifference& difference, const EarlierException& earlier) {
   const std::int64_t age = -difference.then.front().view.notBefore.value_or(0);
   return std::make_tuple(difference.leaf, difference.issuer, std::popcount(difference.newWarnings),
@@ -83,6 +111,20 @@ auto distanceOf(const ExceptionDifference& difference, const EarlierException& e
 }
 
 }  // namespace
+
+std::vector<CertificateDifference> compareChains(const std::vector<ChainMember>& now,
+                                                 const std::vector<ChainMember>& then) {
+  std::vector<CertificateDifference> all;
+  std::vector<bool> told(then.size());
+  for (std::size_t i = 0; i < now.size(); ++i) {
+    all.push_back(compareAt(i, now, then));
+    if (all.back().then) told[*all.back().then] = true;
+  }
+  for (std::size_t i = 0; i < then.size(); ++i) {
+    if (!told[i]) all.push_back({CertificateChange::gone, {}, i});
+  }
+  return all;
+}
 
 std::optional<ExceptionDifference> compareWithNearest(const DialogInput& input,
                                                       const std::vector<ChainMember>& chain) {
@@ -94,6 +136,7 @@ std::optional<ExceptionDifference> compareWithNearest(const DialogInput& input,
     if (earlier.chain.empty()) continue;
     try {
       ExceptionDifference difference = compare(input.warnings, present, earlier);
+      difference.earlier = static_cast<std::size_t>(&earlier - input.earlier.data());
       if (nearest && distanceOf(*nearest, *nearestException) <= distanceOf(difference, earlier)) {
         continue;
       }

@@ -1,6 +1,7 @@
 #ifndef SERVICES_DIALOG_MODEL_EXCEPTIONCOMPARISON_H
 #define SERVICES_DIALOG_MODEL_EXCEPTIONCOMPARISON_H
 
+#include <cstddef>
 #include <optional>
 #include <vector>
 
@@ -27,7 +28,28 @@ struct ExceptionDifference {
   bool restChanged = false;             // certificates above the server's own
   unsigned long long newWarnings = 0;   // now, and not accepted then
   unsigned long long goneWarnings = 0;  // accepted then, and not now
+  std::size_t earlier = 0;              // which of the input's earlier exceptions it is
 };
+
+// What became of one certificate of a chain.
+enum class CertificateChange {
+  none,
+  moved,           // the same certificate, in another place
+  renewedKeyKept,  // another certificate in its place, for the same key
+  keyChanged,      // another certificate with another key in its place
+  added,
+  gone
+};
+
+struct CertificateDifference {
+  CertificateChange change = CertificateChange::none;
+  std::optional<std::size_t> now;   // its place in the chain of now; nothing where it is gone
+  std::optional<std::size_t> then;  // its place in the earlier one; nothing where it was added
+};
+
+// Every certificate of both chains: those of now in their order, then those that are gone.
+std::vector<CertificateDifference> compareChains(const std::vector<ChainMember>& now,
+                                                 const std::vector<ChainMember>& then);
 
 // Compares with the nearest of the earlier exceptions: the one with the least change of leaf,
 // then of issuer, then the fewest new warnings, then an unchanged rest, then the fewest gone

@@ -29,4 +29,5 @@ void addExceptionsCommands(CLI::App* program, CommandAction* chosen) {
   addAddCommand(group, chosen);
   addExportCommand(group, chosen);
   addImportCommand(group, chosen);
+  addWhyCommand(group, chosen);
 }
