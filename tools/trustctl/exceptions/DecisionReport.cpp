@@ -100,11 +100,11 @@ DialogSection exactSection(const DecisionAnswer& answer) {
   DialogSection section{"difference", "What exactly differs", DialogTone::plain, {}};
   if (difference.newWarnings != 0) {
     section.lines.push_back(
-        field("more warnings", warningWords(difference.newWarnings), DialogTone::danger));
+        field("warnings new", warningWords(difference.newWarnings), DialogTone::danger));
   }
   if (difference.goneWarnings != 0) {
     section.lines.push_back(
-        field("fewer warnings", warningWords(difference.goneWarnings), DialogTone::doubt));
+        field("warnings gone", warningWords(difference.goneWarnings), DialogTone::doubt));
   }
   if (difference.newWarnings == 0 && difference.goneWarnings == 0) {
     section.lines.push_back(field("warnings", "the ones you accepted", DialogTone::good));

@@ -86,6 +86,16 @@ const std::vector<std::string> recordMembers = {"domain",  "warnings", "warning_
                                                 "created", "expires",  "reason"};
 const std::vector<std::string> certificateMembers = {"sha256", "der"};
 
+// Half of a pair that JSON wrote as an escape, which RapidJSON lets through. No valid text has it.
+bool hasLoneSurrogate(std::string_view utf8) {
+  for (std::size_t i = 0; i + 1 < utf8.size(); ++i) {
+    if (utf8[i] == '\xed' && static_cast<unsigned char>(utf8[i + 1]) >= 0xa0) {
+      return true;
+    }
+  }
+  return false;
+}
+
 // Takes RapidJSON's events. An operation that returns false ends the parse, and problem() says why.
 class DocumentHandler {
  public:
@@ -129,6 +139,9 @@ class DocumentHandler {
 
   bool String(const char* text, rapidjson::SizeType length, bool) {
     std::string value(text, length);
+    if (hasLoneSurrogate(value)) {
+      return fail(fmt::format("\"{}\" is no valid text", printableText(key_)));
+    }
     switch (place_) {
       case Place::document:
         if (key_ != "format") {

@@ -11,6 +11,9 @@
 #include "tools/trustctl/Judging.h"
 #include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"
+#include "tools/trustctl/connect/HostAndPort.h"
+#include "tools/trustctl/connect/Socket.h"
+#include "tools/trustctl/connect/TlsSession.h"
 #include "tools/trustctl/exceptions/DecisionDifference.h"
 #include "tools/trustctl/exceptions/ExchangeCommands.h"
 #include "tools/trustctl/exceptions/RecordJson.h"
@@ -26,20 +29,24 @@ constexpr const char* help =
     "text,\n"
     "each warning more or less, each certificate that changed, and whether its key did. Nobody is\n"
     "asked and nothing is changed. Give the options that the verdict was found with.\n\n"
-    "Without FILE it tells what is stored for the domain, or for the nearest one.\n\n"
+    "--connect takes the chain from the server itself, DOMAIN at port 443 unless HOST[:PORT] is\n"
+    "given. Without FILE and --connect it tells what is stored for the domain, or for the nearest\n"
+    "one.\n\n"
     "Examples:\n"
     "  trustctl exceptions why printer.example chain.pem\n"
     "  trustctl exceptions why printer.example --cafile company-root.pem chain.pem\n"
-    "  openssl s_client -connect printer.example:443 -servername printer.example -showcerts \\\n"
-    "      </dev/null | trustctl exceptions why printer.example -\n"
+    "  trustctl exceptions why printer.example --connect\n"
+    "  trustctl exceptions why printer.example --connect 192.0.2.1:8443\n"
     "  trustctl exceptions why printer.example\n\n"
-    "Exit status: 0 in force or not needed (without FILE: something is stored), 1 not, 2 wrong "
+    "Exit status: 0 in force or not needed (without a chain: something is stored), 1 not, 2 wrong "
     "use\n"
     "or unusable input, 3 it cannot be told.\n";
 
 struct WhyOptions {
   std::string domain;
   std::vector<std::string> files;
+  bool connects = false;
+  std::string server;  // to connect to; empty for the domain
   JudgingOptions judging;
 };
 
@@ -49,12 +56,28 @@ void checkOptions(WhyOptions* options) {
   if (options->judging.dialog) {
     refuse("why never asks anybody; leave --dialog out");
   }
+  if (options->connects && !options->files.empty()) {
+    refuse("--connect takes the place of a FILE; leave one of them out");
+  }
+}
+
+std::vector<CertificateDer> fetchChain(const WhyOptions& options) {
+  constexpr int usualPort = 443;
+  const HostAndPort target =
+      parseHostAndPort(options.server.empty() ? options.domain : options.server);
+  Socket socket(target.host, target.port.value_or(usualPort),
+                Deadline(options.judging.timeoutSeconds));
+  // An address is not named to the server, as the protocol has it.
+  const bool isName = isHostName(options.domain) && !parseHostAndPort(options.domain).isAddress;
+  return askTlsServer({isName ? options.domain : std::string(), {}}, &socket).chain;
 }
 
 // What a decision would have to be; the verdict is found without any.
 ExceptionRecord judgeNow(const WhyOptions& options, bool* isTrusted) {
-  Judging judging(options.judging);
-  Question question = judging.questionAbout(readCertificates(options.files), options.domain);
+  std::vector<CertificateDer> chain =
+      options.connects ? fetchChain(options) : readCertificates(options.files);
+  const Judging judging(options.judging);
+  Question question = judging.questionAbout(std::move(chain), options.domain);
   question.store.clear();
   const Verification verification(question);
   *isTrusted = verification.verdict().trusted;
@@ -124,8 +147,8 @@ ExitStatus runWhy(WhyOptions* options) {
     checkOptions(options);
     // Private services take HOME, which says where the user's store is.
     const ExceptionStore store(StoreOption{options->judging.store}.directory());
-    return options->files.empty() ? answerForDomain(*options, store)
-                                  : answerForChain(*options, store);
+    return options->files.empty() && !options->connects ? answerForDomain(*options, store)
+                                                        : answerForChain(*options, store);
   });
 }
 
@@ -141,5 +164,13 @@ void addWhyCommand(CLI::App* group, CommandAction* chosen) {
   addJudgingOptions(command, &options->judging);
   command->add_option("FILE", options->files, "The server's chain, its own first; - for stdin")
       ->type_name("");
-  command->callback([options, chosen] { *chosen = [options] { return runWhy(options.get()); }; });
+  CLI::Option* connect = command
+                             ->add_option("--connect", options->server,
+                                          "Take the chain from the server, in place of FILE")
+                             ->type_name("[HOST[:PORT]]")
+                             ->expected(0, 1);
+  command->callback([options, connect, chosen] {
+    options->connects = connect->count() > 0;
+    *chosen = [options] { return runWhy(options.get()); };
+  });
 }
