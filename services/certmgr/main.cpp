@@ -65,14 +65,14 @@ void describe(CLI::App& app, Options& options) {
   app.add_flag("--no-system-anchors", options.noSystemAnchors, "Join nothing with the stores");
   app.add_option("--cafile", options.trust.files, "PEM file with further anchors")
       ->type_name("FILE")
-      ->check(CLI::ExistingFile);
+      ->check(CLI::Validator(CLI::ExistingFile).description(""));
   app.add_option("--capath", options.trust.plainDirectories,
                  "Directory of PEM files with further anchors, whatever their names")
       ->type_name("DIR")
-      ->check(CLI::ExistingDirectory);
+      ->check(CLI::Validator(CLI::ExistingDirectory).description(""));
   app.add_option("--crlfile", options.trust.revocationFiles, "PEM file with revocation lists")
       ->type_name("FILE")
-      ->check(CLI::ExistingFile);
+      ->check(CLI::Validator(CLI::ExistingFile).description(""));
   app.add_option_function<std::string>(
          "--verification-time",
          [&options](const std::string& text) { options.when = timeOf(text); },
@@ -84,7 +84,7 @@ void describe(CLI::App& app, Options& options) {
   app.add_option("--workers", options.server.workers,
                  "Requests that are evaluated at once (one a processor)")
       ->type_name("COUNT")
-      ->check(CLI::Range(1, 256));
+      ->check(CLI::Range(1, 256).description(""));
   app.add_option("--ready-fd", options.server.readyFd,
                  "Descriptor that gets the line READY when the service listens")
       ->type_name("NUMBER")

@@ -21,10 +21,9 @@ std::string namesOf(const CLI::Option& option) {
   return names;
 }
 
-// The kind of value without what else is checked of it; empty for a flag.
+// Empty for a flag.
 std::string valueOf(const CLI::Option& option) {
-  const std::string kind = option.get_type_name();
-  return option.get_items_expected_max() > 0 ? kind.substr(0, kind.find(':')) : "";
+  return option.get_items_expected_max() > 0 ? option.get_type_name() : "";
 }
 
 std::string descriptionOf(const CLI::Option& option) {

@@ -52,9 +52,11 @@ struct Options {
 void describe(CLI::App& app, Options& options) {
   app.set_version_flag("--version", TRUSTLIB_VERSION);
   app.add_option("--face", options.face,
-                 "Who is asked: the user, on a terminal, or nobody and the answer is fixed")
+                 "Who is asked: the user, on a terminal, or nobody and the answer is fixed: "
+                 "policy:decline, policy:once, policy:always")
       ->type_name("FACE")
-      ->check(CLI::IsMember({"terminal", "policy:decline", "policy:once", "policy:always"}))
+      ->check(CLI::IsMember({"terminal", "policy:decline", "policy:once", "policy:always"})
+                  .description(""))
       ->capture_default_str();
   app.add_option("--face-program", options.faceProgram,
                  "Program that draws on the terminal, in place of trust-dialog-terminal")
@@ -65,7 +67,7 @@ void describe(CLI::App& app, Options& options) {
   app.add_option("--timeout", options.dialog.timeoutSeconds,
                  "Seconds after which a dialog is declined; 0 for never")
       ->type_name("SECONDS")
-      ->check(CLI::Range(0, kMaxTimeoutSeconds))
+      ->check(CLI::Range(0, kMaxTimeoutSeconds).description(""))
       ->capture_default_str();
   app.add_option("--runtime-dir", options.server.runtimeDirectory,
                  "Where the socket goes (PPS_RUNTIME_DIR, XDG_RUNTIME_DIR/pps, /run/pps)")

@@ -7,7 +7,7 @@
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/Suggestion.h"
 #include "tools/trustctl/exceptions/DomainPattern.h"
-#include "tools/trustctl/exceptions/Progress.h"
+#include "tools/trustctl/Progress.h"
 
 namespace {
 
