@@ -141,9 +141,9 @@ TEST_F(ExceptionsShow, ShowsTheChainAsTheDialogDoes) {
   const ProgramRun result = exceptions({"show", "www.example.test"});
   EXPECT_EQ(0, result.status);
   EXPECT_THAT(result.out, HasSubstr("1. the server's own certificate (self-signed)"));
-  EXPECT_THAT(result.out, HasSubstr("accepted      NO_TRUSTED"));
-  EXPECT_THAT(result.out, HasSubstr("reason        lab \\x1b router"));
-  EXPECT_THAT(result.out, HasSubstr("expires       2096-10-02T07:06:40Z"));
+  EXPECT_THAT(result.out, HasSubstr("accepted        NO_TRUSTED"));
+  EXPECT_THAT(result.out, HasSubstr("reason          lab \\x1b router"));
+  EXPECT_THAT(result.out, HasSubstr("expires         2096-10-02T07:06:40Z"));
   EXPECT_THAT(result.out, HasSubstr("meaning"));
 }
 

@@ -84,14 +84,14 @@ TEST_F(ExceptionsWhy, TellsAWarningThatIsNew) {
   place(store_, accepted_);
   const ProgramRun result = why("www.example.test", {"--at", "2100-01-04", chainFile_});
   EXPECT_EQ(1, result.status);
-  EXPECT_THAT(result.out, HasSubstr("warnings new  CERT_EXPIRY\n"));
-  EXPECT_THAT(result.out, HasSubstr("certificate 1 the one you accepted\n"));
+  EXPECT_THAT(result.out, HasSubstr("warnings new    CERT_EXPIRY\n"));
+  EXPECT_THAT(result.out, HasSubstr("certificate 1   the one you accepted\n"));
 }
 
 TEST_F(ExceptionsWhy, TellsAWarningThatIsGone) {
   accepted_.warnings |= Warning::CERT_EXPIRY;
   place(store_, accepted_);
-  EXPECT_THAT(why("www.example.test", {chainFile_}).out, HasSubstr("warnings gone CERT_EXPIRY\n"));
+  EXPECT_THAT(why("www.example.test", {chainFile_}).out, HasSubstr("warnings gone   CERT_EXPIRY\n"));
 }
 
 TEST_F(ExceptionsWhy, TellsARenewalWithTheSameKey) {
@@ -99,22 +99,22 @@ TEST_F(ExceptionsWhy, TellsARenewalWithTheSameKey) {
   const std::string file = chainWith(renewal().key(leaf_.key()).make());
   const ProgramRun result = why("www.example.test", {file});
   EXPECT_EQ(1, result.status);
-  EXPECT_THAT(result.out, HasSubstr("certificate 1 another certificate for the same key\n"));
-  EXPECT_THAT(result.out, HasSubstr("certificate 2 the one you accepted\n"));
+  EXPECT_THAT(result.out, HasSubstr("certificate 1   another certificate for the same key\n"));
+  EXPECT_THAT(result.out, HasSubstr("certificate 2   the one you accepted\n"));
   EXPECT_THAT(result.out, HasSubstr("This is what a renewal looks like."));
 }
 
 TEST_F(ExceptionsWhy, TellsAnotherKey) {
   place(store_, accepted_);
   EXPECT_THAT(why("www.example.test", {chainWith(renewal().make())}).out,
-              HasSubstr("certificate 1 another certificate with another key\n"));
+              HasSubstr("certificate 1   another certificate with another key\n"));
 }
 
 TEST_F(ExceptionsWhy, TellsACertificateThatIsGone) {
   accepted_.chain.push_back(root_.der());
   place(store_, accepted_);
   EXPECT_THAT(why("www.example.test", {chainFile_}).out,
-              HasSubstr("certificate 3 no longer in the chain\n"));
+              HasSubstr("certificate 3   no longer in the chain\n"));
 }
 
 TEST_F(ExceptionsWhy, TellsThatTheDomainsLettersDiffer) {

@@ -149,7 +149,7 @@ void addConnectionOptions(CLI::App* command, ConnectOptions* options) {
   command
       ->add_option("--alpn", options->alpn,
                    "Propose this application protocol; repeatable, best first")
-      ->type_name("PROTOCOL")
+      ->type_name("NAME")
       ->allow_extra_args(false);
   command
       ->add_option("--connect-timeout", options->connectSeconds,
