@@ -49,8 +49,7 @@ ExceptionRecord plainRecord(const std::string& domain, const std::string& certif
   return record;
 }
 
-std::vector<ExceptionRecord> recordsOfOneHash(std::size_t count) {
-  const std::string bytes = "abcdefghijkl";
+std::vector<ExceptionRecord> recordsOfOneHash(std::size_t count, const std::string& bytes) {
   std::vector<ExceptionRecord> records;
   for (std::size_t i = 1; i <= count; ++i) {
     records.push_back(plainRecord(bytes.substr(0, i), bytes.substr(i)));

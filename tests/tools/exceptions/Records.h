@@ -11,9 +11,9 @@
 // For that domain; its one certificate is made of the text and is none.
 ExceptionRecord plainRecord(const std::string& domain, const std::string& certificate = "abc");
 
-// Up to ten records that hash alike: the same bytes, split differently between domain and
-// certificate.
-std::vector<ExceptionRecord> recordsOfOneHash(std::size_t count);
+// Up to ten records that hash alike: the bytes, split differently between domain and certificate.
+std::vector<ExceptionRecord> recordsOfOneHash(std::size_t count,
+                                              const std::string& bytes = "abcdefghijkl");
 
 // Writes the record into the directory under that number of its hash; returns the file's name.
 std::string place(const std::string& directory, const ExceptionRecord& record, int number = 0);
