@@ -158,7 +158,7 @@ class KilledRun : public ExceptionsTest {
   std::string memory_;  // a directory, where there is one in memory
   std::vector<ExceptionRecord> family_ = recordsOfOneHash(8);
   Clock::duration workTime_{};
-  std::mt19937 random_{20260131};
+  std::mt19937 random_{std::random_device{}()};
   int killed_ = 0;
 };
 
