@@ -82,6 +82,12 @@ TEST_F(ExceptionsExport, NeverWritesOverAFile) {
   EXPECT_EQ("mine", readFile(file_));
 }
 
+TEST_F(ExceptionsExport, TellsADirectoryThatIsNotThere) {
+  const ProgramRun result = exceptions({"export", directory_.path("none/decisions.json")});
+  EXPECT_EQ(2, result.status);
+  EXPECT_TRUE(isComplaint(result.err, "there is no directory"));
+}
+
 TEST_F(ExceptionsExport, WritesTheRestWhereARecordCannotBeRead) {
   place(plainRecord("a.test"));
   placeBytes(store_, "cx_broken.json", "{");

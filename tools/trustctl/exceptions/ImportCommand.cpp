@@ -49,9 +49,9 @@ struct Tally {
   std::size_t conflicts = 0;
 };
 
-void tellConflict(std::size_t number, const ExceptionRecord& record, const char* what) {
+void tellConflict(std::size_t number, const StoredRecord& stored, const char* what) {
   printComplaint(fmt::format("conflict: decision {}, {}: it is stored with another {}, which stays",
-                             number, recordLine(fileNameOf({hashOf(record), 0}), record), what));
+                             number, recordLine(stored.fileName, stored.record), what));
 }
 
 // Which note of the stored decision the document contradicts; null for none. One that the
@@ -78,7 +78,7 @@ class Import {
     progress_.advance();
     const auto stored = findStored(store_, record);
     if (stored) {
-      countStored(number, record, stored->record);
+      countStored(number, record, *stored);
     } else if (isDry_) {
       announce(record);
     } else if (writer_->add(record) == StoreWriter::Added::stored) {
@@ -91,14 +91,13 @@ class Import {
   const Tally& tally() const { return tally_; }
 
  private:
-  void countStored(std::size_t number, const ExceptionRecord& record,
-                   const ExceptionRecord& stored) {
-    const char* what = contradiction(record, stored);
+  void countStored(std::size_t number, const ExceptionRecord& record, const StoredRecord& stored) {
+    const char* what = contradiction(record, stored.record);
     if (what == nullptr) {
       ++tally_.alreadyThere;
     } else {
       ++tally_.conflicts;
-      tellConflict(number, record, what);
+      tellConflict(number, stored, what);
     }
   }
 
@@ -113,7 +112,8 @@ class Import {
       return;
     }
     ++tally_.stored;
-    print(fmt::format("would store {}\n", recordLine(fileNameOf({hashOf(record), 0}), record)));
+    print(fmt::format("would store {}, in spite of {}\n", domainWords(record.domain),
+                      warningWords(record.warnings)));
   }
 
   ExceptionStore store_;
@@ -124,15 +124,14 @@ class Import {
   Tally tally_;
 };
 
-// The whole of it, before anything is stored. Returns how many there are.
-std::size_t checkDocument(const ImportOptions& options, const DocumentInput& input) {
-  std::size_t total = 0;
+// Reads all of it, decisions that must not be stored among it for an error.
+void readChecked(const ImportOptions& options, const DocumentInput& input,
+                 const RecordTaker& take) {
   readDocument(input, [&](std::size_t number, const ExceptionRecord& record) {
     refuseRevoked(record.warnings, options.evenRevoked,
                   fmt::format("{}: decision {}", input.name(), number));
-    total = number;
+    take(number, record);
   });
-  return total;
 }
 
 std::string tallyText(const Tally& tally, bool isDry) {
@@ -144,12 +143,14 @@ std::string tallyText(const Tally& tally, bool isDry) {
 
 ExitStatus runImport(const ImportOptions& options) {
   const DocumentInput input(options.file);
-  const std::size_t total = checkDocument(options, input);
+  std::size_t total = 0;
+  readChecked(options, input,
+              [&total](std::size_t number, const ExceptionRecord&) { total = number; });
   Tally tally;
   std::size_t current = 0;
   try {
     Import import(options, total);
-    readDocument(input, [&](std::size_t number, const ExceptionRecord& record) {
+    readChecked(options, input, [&](std::size_t number, const ExceptionRecord& record) {
       current = number;
       import.take(number, record);
     });

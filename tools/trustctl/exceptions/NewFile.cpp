@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <system_error>
 
 #include <fmt/format.h>
 
@@ -25,6 +26,13 @@ constexpr std::size_t flushBytes = std::size_t{256} * 1024;
 
 std::string directoryOf(const std::string& path) {
   const auto directory = std::filesystem::absolute(path).parent_path();
+  std::error_code ignored;
+  if (!std::filesystem::is_directory(directory, ignored)) {
+    throw CommandError(ExitStatus::wrongUse,
+                       fmt::format("there is no directory '{}' to put the file in; make it, or "
+                                   "give another name",
+                                   printableText(directory.string())));
+  }
   return directory.string();
 }
 
