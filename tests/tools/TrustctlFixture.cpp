@@ -101,6 +101,9 @@ pid_t TrustctlTest::start(const std::vector<std::string>& arguments, const std::
     redirect(in, O_RDONLY, STDIN_FILENO);
     redirect(out, O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
     redirect(err, O_WRONLY | O_CREAT | O_TRUNC, STDERR_FILENO);
+    if (inChild_) {
+      inChild_();
+    }
     execve(argv[0], argv.data(), envp.data());
     _exit(127);
   }

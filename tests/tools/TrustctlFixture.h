@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -53,6 +54,7 @@ class TrustctlTest : public testing::Test {
   std::string home_;
   std::string temporary_;
   std::map<std::string, std::string> environment_;  // additions for the next runs
+  std::function<void()> inChild_;  // what the next runs do before the program begins
 };
 
 // A root, an intermediate and a server's leaf for www.example.test and example.test.

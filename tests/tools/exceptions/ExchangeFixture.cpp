@@ -5,7 +5,7 @@
 #include "tools/trustctl/exceptions/DocumentWriter.h"
 #include "tools/trustctl/exceptions/ExceptionStore.h"
 
-std::string ExchangeTest::documentOf(const std::vector<ExceptionRecord>& records) {
+std::string documentOf(const std::vector<ExceptionRecord>& records) {
   std::string document = documentStart;
   for (const ExceptionRecord& record : records) {
     document += documentLine(record, &record == &records.front());

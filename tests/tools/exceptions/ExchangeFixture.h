@@ -7,12 +7,12 @@
 #include "tests/support/CertificateMaker.h"
 #include "tests/tools/exceptions/ExceptionsFixture.h"
 
+// A document that holds these decisions, as export writes it.
+std::string documentOf(const std::vector<ExceptionRecord>& records);
+
 // Brings decisions into stores and out of them.
 class ExchangeTest : public ExceptionsTest {
  protected:
-  // A document that holds these decisions, as export writes it.
-  static std::string documentOf(const std::vector<ExceptionRecord>& records);
-
   // import of that document from standard input, with `more` before the "-".
   ProgramRun importText(const std::string& document, std::vector<std::string> more = {});
 

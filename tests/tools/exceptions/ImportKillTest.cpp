@@ -1,11 +1,6 @@
 // What a killed import leaves behind.
 
-#include <signal.h>
-#include <sys/wait.h>
-
-#include <chrono>
 #include <filesystem>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -13,16 +8,15 @@
 #include <gtest/gtest.h>
 
 #include "tests/tools/exceptions/ExchangeFixture.h"
-#include "tools/trustctl/exceptions/Diagnosis.h"
+#include "tests/tools/exceptions/KillFixture.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
 using testing::IsEmpty;
-using Clock = std::chrono::steady_clock;
 
-class KilledImport : public ExchangeTest {
+class KilledImport : public KillTest {
  protected:
   // Some that hash alike, and some that do not.
   static std::vector<ExceptionRecord> decisions() {
@@ -42,54 +36,19 @@ class KilledImport : public ExchangeTest {
     }
     return count;
   }
-
-  static bool hasEnded(pid_t child) {
-    siginfo_t info = {};
-    return waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
-           info.si_pid == child;
-  }
-
-  // Kills an import a random while after it has stored so many decisions. False when it had
-  // ended before.
-  bool importAndKill(const std::string& file, std::size_t stored) {
-    const pid_t child = start(commandLine({"import", file}));
-    while (countRecords() < stored && !hasEnded(child)) {
-    }
-    const auto until =
-        Clock::now() + std::chrono::microseconds(std::uniform_int_distribution(0, 400)(random_));
-    while (Clock::now() < until) {
-    }
-    kill(child, SIGKILL);
-    return finish(child).status == -SIGKILL;
-  }
-
-  // All that doctor finds but notes, in this process to save time: a record that is torn, beyond
-  // a gap, there twice, or of another hash.
-  std::vector<std::string> findings() const {
-    std::vector<std::string> found;
-    const ExceptionStore store(store_);
-    for (const Finding& finding : Diagnosis(store).examineAll()) {
-      if (!isNote(finding)) {
-        found.push_back(finding.entry + " " + problemWord(finding.problem));
-      }
-    }
-    return found;
-  }
-
-  std::mt19937 random_{20260131};
 };
 
 TEST_F(KilledImport, LeavesWholeRecordsAndIsCompletedByAnother) {
   const auto all = decisions();
   const std::string file = directory_.write("d.json", documentOf(all));
-  int killed = 0;
-  for (std::size_t round = 0; killed < 70; ++round) {
+  const int points = complete({"import", file});
+  for (int killed = 0; killed < 70;) {
     fs::remove_all(store_);
-    killed += importAndKill(file, round % all.size()) ? 1 : 0;
+    killed += runAndKill({"import", file}, points) ? 1 : 0;
     if (fs::exists(store_)) {
       ASSERT_THAT(findings(), IsEmpty()) << "after kill " << killed;
     }
-    ASSERT_EQ(0, exceptions({"import", file}).status);
+    complete({"import", file});
     ASSERT_THAT(findings(), IsEmpty()) << "after kill " << killed;
     ASSERT_EQ(all.size(), countFound(store_, all)) << "after kill " << killed;
     ASSERT_EQ(all.size(), countRecords()) << "after kill " << killed;

@@ -91,7 +91,8 @@ TEST_F(ExceptionsWhy, TellsAWarningThatIsNew) {
 TEST_F(ExceptionsWhy, TellsAWarningThatIsGone) {
   accepted_.warnings |= Warning::CERT_EXPIRY;
   place(store_, accepted_);
-  EXPECT_THAT(why("www.example.test", {chainFile_}).out, HasSubstr("warnings gone   CERT_EXPIRY\n"));
+  EXPECT_THAT(why("www.example.test", {chainFile_}).out,
+              HasSubstr("warnings gone   CERT_EXPIRY\n"));
 }
 
 TEST_F(ExceptionsWhy, TellsARenewalWithTheSameKey) {
