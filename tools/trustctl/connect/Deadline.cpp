@@ -25,8 +25,12 @@ int Deadline::remainingMilliseconds() const {
 bool Deadline::await(int fd, short events) const {
   for (;;) {
     Interruption::check();
+    const int left = remainingMilliseconds();
+    if (left == 0) {
+      return false;  // whatever is there: who never stops sending must not stop the clock
+    }
     pollfd waiting = {fd, events, 0};
-    const int count = poll(&waiting, 1, remainingMilliseconds());
+    const int count = poll(&waiting, 1, left);
     if (count > 0) {
       return true;
     }
