@@ -244,6 +244,15 @@ TEST_F(StartTls, AnAnswerOfLinesWithoutAnEndIsRefused) {
   EXPECT_TRUE(isComplaint(result.err, "answers with more than 200 lines"));
 }
 
+TEST_F(StartTls, AnAnswerOfLongLinesIsRefused) {
+  const ProgramRun result = connectInVain("smtp", [](const ScriptedPeer& peer) {
+    for (int i = 0; i < 10; ++i) {
+      peer.send("220-" + std::string(60000, 'x') + "\r\n");
+    }
+  });
+  EXPECT_TRUE(isComplaint(result.err, "sent more than 65536 bytes without an end"));
+}
+
 TEST_F(StartTls, NotesWithoutAnEndAreRefused) {
   const ProgramRun result = connectInVain("imap", [](const ScriptedPeer& peer) {
     peer.send("* OK ready\r\n");

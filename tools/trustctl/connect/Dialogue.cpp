@@ -19,6 +19,11 @@ bool looksLikeTls(const std::string& said) {
 
 }  // namespace
 
+void Dialogue::send(std::string_view bytes) {
+  received_ = 0;
+  socket_->send(bytes.data(), bytes.size());
+}
+
 std::string Dialogue::readLine() {
   std::string line = readThrough({"\n"});
   line.pop_back();
@@ -99,8 +104,8 @@ std::string Dialogue::take(std::size_t count) {
 }
 
 void Dialogue::receiveMore() {
-  if (buffer_.size() >= longestAnswer) {
-    fail(fmt::format("sent more than {} bytes without an end; they begin with", longestAnswer),
+  if (received_ >= longestAnswer) {
+    fail(fmt::format("sent more than {} bytes without an end; among them are", longestAnswer),
          buffer_);
   }
   char piece[4096];
@@ -112,6 +117,7 @@ void Dialogue::receiveMore() {
          buffer_);
   }
   buffer_.append(piece, count);
+  received_ += count;
   if (!hasBegun_ && looksLikeTls(buffer_)) {
     failAsOtherProtocol(buffer_);  // no line of words will come
   }

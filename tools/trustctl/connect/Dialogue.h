@@ -16,7 +16,7 @@ class Dialogue {
   // `protocol` is its name in messages: "SMTP". Borrows the socket.
   Dialogue(Socket* socket, const char* protocol) : socket_(socket), protocol_(protocol) {}
 
-  void send(std::string_view bytes) { socket_->send(bytes.data(), bytes.size()); }
+  void send(std::string_view bytes);
 
   // The next line without its end, which is a line feed, with or without a carriage return.
   std::string readLine();
@@ -50,8 +50,9 @@ class Dialogue {
 
   Socket* socket_;
   const char* protocol_;
-  std::string buffer_;     // received and not yet read
-  bool hasBegun_ = false;  // something was received
+  std::string buffer_;        // received and not yet read
+  std::size_t received_ = 0;  // since the last that was sent
+  bool hasBegun_ = false;     // something was received
 };
 
 #endif
