@@ -76,6 +76,12 @@ TEST_F(ConnectFailure, NoAnswerBeforeStartTls) {
       isComplaint(result.err, "did not answer within 1 s, in the IMAP dialogue before TLS"));
 }
 
+TEST_F(ConnectFailure, NoAnswerInTimeNamesTheOptionThatGivesMore) {
+  const ScriptedServer silent([](const ScriptedPeer& peer) { peer.awaitEnd(); });
+  EXPECT_THAT(connect(silent.target(), {"--connect-timeout", "1"}).err,
+              EndsWith("wait longer with --connect-timeout\n"));
+}
+
 TEST_F(ConnectFailure, HttpWithoutTls) {
   const ProgramRun result =
       connectToServerThatSays("HTTP/1.1 400 Bad Request\r\nServer: x\r\n\r\n");

@@ -92,7 +92,9 @@ std::vector<CertificateDer> fetchChain(const ConnectOptions& options, const Host
   const StartTlsProtocol* protocol = findStartTlsProtocol(options.startTls);
   const int port = target.port.value_or(protocol == nullptr ? usualPort : protocol->port);
   const TlsRequest request = {nameForServer(options, target), options.alpn};
-  const Deadline deadline(options.connectSeconds.value_or(options.judging.timeoutSeconds));
+  const Deadline deadline = options.connectSeconds
+                                ? Deadline(*options.connectSeconds, "--connect-timeout")
+                                : Deadline(options.judging.timeoutSeconds);
   Socket socket(target.host, port, deadline);
   if (protocol != nullptr) {
     startTls(*protocol, &socket, request.serverName.empty() ? target.host : request.serverName);

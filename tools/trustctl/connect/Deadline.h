@@ -7,11 +7,15 @@
 // The moment by which something that waits for others must be done, by a clock that nobody sets.
 class Deadline {
  public:
-  explicit Deadline(int seconds)
-      : seconds_(seconds), end_(std::chrono::steady_clock::now() + std::chrono::seconds(seconds)) {}
+  // `option` is the one that the seconds come from; borrowed.
+  explicit Deadline(int seconds, const char* option = "--timeout")
+      : seconds_(seconds),
+        option_(option),
+        end_(std::chrono::steady_clock::now() + std::chrono::seconds(seconds)) {}
 
-  // The seconds that were given, for messages.
+  // For messages: the seconds that were given, and what allows for more.
   int seconds() const { return seconds_; }
+  const char* option() const { return option_; }
 
   // The deadline for the first of so many tries (at least one) that share what is left.
   Deadline share(std::size_t tries) const;
@@ -25,6 +29,7 @@ class Deadline {
   int remainingMilliseconds() const;
 
   int seconds_;
+  const char* option_;
   std::chrono::steady_clock::time_point end_;
 };
 

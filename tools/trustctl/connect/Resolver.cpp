@@ -117,8 +117,8 @@ std::vector<SocketAddress> resolve(const std::string& host, int port, const Dead
   const std::optional<Answer> answer = lookUpInThread(host, port, deadline);
   if (!answer) {
     fail(host, fmt::format("the look-up of the name took longer than {} s; check this machine's "
-                           "name servers, or wait longer with --timeout",
-                           deadline.seconds()));
+                           "name servers, or wait longer with {}",
+                           deadline.seconds(), deadline.option()));
   }
   if (answer->result != 0) {
     failBecause(host, *answer);

@@ -48,12 +48,14 @@ int tryToConnect(const SocketAddress& address, const Deadline& deadline, FileDes
   return error;
 }
 
-const char* adviceFor(int error) {
+std::string adviceFor(int error, const Deadline& deadline) {
   switch (error) {
     case ECONNREFUSED:
       return "nothing listens there: check the port, and that the server runs";
     case ETIMEDOUT:
-      return "check the host, the port and the firewalls between, or wait longer with --timeout";
+      return fmt::format(
+          "check the host, the port and the firewalls between, or wait longer with {}",
+          deadline.option());
     default:
       return "check the address and this machine's network";
   }
@@ -66,7 +68,8 @@ std::string reasonText(const Failure& failure) {
   return fmt::format("{}: {}", failure.address, reason);
 }
 
-[[noreturn]] void fail(const std::string& host, int port, const std::vector<Failure>& failures) {
+[[noreturn]] void fail(const std::string& host, int port, const Deadline& deadline,
+                       const std::vector<Failure>& failures) {
   std::string reasons;
   for (std::size_t i = 0; i < failures.size() && i < mostReasons; ++i) {
     reasons += (i == 0 ? "" : ", ") + reasonText(failures[i]);
@@ -76,7 +79,7 @@ std::string reasonText(const Failure& failure) {
   }
   throw CommandError(ExitStatus::undecided,
                      fmt::format("cannot connect to '{}' port {}: {}; {}", printableText(host),
-                                 port, reasons, adviceFor(failures.back().error)));
+                                 port, reasons, adviceFor(failures.back().error, deadline)));
 }
 
 [[noreturn]] void failAsBroken(const std::string& server, int error) {
@@ -103,7 +106,7 @@ Socket::Socket(const std::string& host, int port, const Deadline& deadline) : de
     }
   }
   if (fd_.get() == -1) {
-    fail(host, port, failures);
+    fail(host, port, deadline, failures);
   }
   server_ = host == address_ ? fmt::format("{} port {}", address_, port)
                              : fmt::format("{} ({}) port {}", printableText(host), address_, port);
@@ -114,8 +117,8 @@ void Socket::await(short events) const {
     throw CommandError(
         ExitStatus::undecided,
         fmt::format("{} did not answer within {} s, {}; check that the port is the right one, or "
-                    "wait longer with --timeout",
-                    server_, deadline_.seconds(), phase_));
+                    "wait longer with {}",
+                    server_, deadline_.seconds(), phase_, deadline_.option()));
   }
 }
 
