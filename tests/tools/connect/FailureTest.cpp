@@ -158,6 +158,16 @@ TEST_F(ConnectFailure, MoreCertificatesThanAChainHas) {
   EXPECT_TRUE(isComplaint(result.err, "sent 33 certificates; a chain has 1 to 32"));
 }
 
+TEST_F(ConnectFailure, MoreBytesOfCertificatesThanAChainHas) {
+  const std::string hello = std::string("\x02\x00\x00\x26\x03\x03", 6) + std::string(32, 'r') +
+                            std::string("\x00\xc0\x2f\x00", 4);
+  const std::string certificatesOf128KiB("\x0b\x02\x00\x00", 4);
+  const ProgramRun result = connectToServerThatSays(std::string("\x16\x03\x03\x00\x2e", 5) + hello +
+                                                    certificatesOf128KiB);
+  EXPECT_EQ(3, result.status);
+  EXPECT_TRUE(isComplaint(result.err, "sent certificates of more than 100 KiB in all"));
+}
+
 TEST_F(ConnectFailure, InJsonNamesTheDomainAndTheError) {
   const DeafPort nobody;
   const ProgramRun result = connect(nobody.target(), {"--json"});

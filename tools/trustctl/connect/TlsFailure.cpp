@@ -82,6 +82,12 @@ std::string describeTlsFailure(const TlsFailure& failure, const TlsRequest& requ
   if (failure.alert) {
     return fmt::format("{} {}", server, describeAlert(*failure.alert, request));
   }
+  if (failure.tooLarge) {
+    return fmt::format(
+        "{} sent certificates of more than {} KiB in all, so it is no chain; see to what the "
+        "server is set up to send",
+        server, mostChainBytes / 1024);
+  }
   if (failure.closed && failure.firstBytes.empty()) {
     return fmt::format(
         "{} closed the connection without a word when TLS was to begin; check the port, and "

@@ -6,11 +6,15 @@
 
 #include "tools/trustctl/connect/TlsSession.h"
 
+// What a server may send as its chain.
+constexpr long mostChainBytes = 100L * 1024;
+
 // How a handshake went wrong, as far as it got.
 struct TlsFailure {
   std::string firstBytes;    // what the server sent first; empty when it sent nothing
   std::optional<int> alert;  // the last one from the server
   bool closed = false;       // the server closed the connection
+  bool tooLarge = false;     // it sent more than a chain has
   std::string reason;        // else: what the TLS library found
 };
 

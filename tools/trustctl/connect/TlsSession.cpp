@@ -94,6 +94,7 @@ void TlsSession::makeContext() {
               SSL_CTX_set_cipher_list(context, allCiphers) == 1,
           "allow old versions of TLS");
   SSL_CTX_set_options(context, SSL_OP_LEGACY_SERVER_CONNECT);
+  SSL_CTX_set_max_cert_list(context, mostChainBytes);
   SSL_CTX_set_verify(context, SSL_VERIFY_NONE, nullptr);
   SSL_CTX_set_cert_verify_callback(context, acceptAnyChain, nullptr);
   SSL_CTX_set_client_cert_cb(context, onCertificateRequest);
@@ -157,6 +158,7 @@ void TlsSession::handshake() {
     const int result = SSL_connect(ssl_.get());
     const int error = SSL_get_error(ssl_.get(), result);
     const char* reason = ERR_reason_error_string(ERR_peek_error());
+    failure_.tooLarge = ERR_GET_REASON(ERR_peek_error()) == SSL_R_EXCESSIVE_MESSAGE_SIZE;
     failure_.reason = reason == nullptr ? "for no reason that OpenSSL tells" : reason;
     sendPending();
     if (result == 1) {
