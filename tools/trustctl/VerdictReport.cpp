@@ -25,3 +25,14 @@ ExitStatus reportVerdict(const JudgingOptions& options, const std::optional<std:
     throw;
   }
 }
+
+ExitStatus withJsonErrors(bool json, const std::function<ExitStatus()>& command) {
+  try {
+    return command();
+  } catch (const CommandError& error) {
+    if (json) {
+      print(writeJsonError(error.what(), {}));
+    }
+    throw;
+  }
+}

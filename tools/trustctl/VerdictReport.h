@@ -38,4 +38,7 @@ ExitStatus reportVerdict(const JudgingOptions& options, const std::optional<std:
                          const std::function<Verdict()>& judge,
                          const ConnectionFacts* connection = nullptr);
 
+// Runs a command; with JSON a CommandError is printed in that form too before it goes on.
+ExitStatus withJsonErrors(bool json, const std::function<ExitStatus()>& command);
+
 #endif

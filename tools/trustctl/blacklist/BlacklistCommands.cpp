@@ -151,21 +151,14 @@ void printJson(const BlacklistFinding& finding) {
 }
 
 ExitStatus runCheck(const CheckOptions& options) {
-  std::vector<BlacklistFinding> findings;
-  try {
-    findings = checkAll(options);
-  } catch (const CommandError& error) {
-    if (options.json) {
-      print(writeJsonError(error.what(), {}));
+  return withJsonErrors(options.json, [&options] {
+    bool anyOnList = false;
+    for (const BlacklistFinding& finding : checkAll(options)) {
+      options.json ? printJson(finding) : printFinding(finding);
+      anyOnList |= finding.onList;
     }
-    throw;
-  }
-  bool anyOnList = false;
-  for (const BlacklistFinding& finding : findings) {
-    options.json ? printJson(finding) : printFinding(finding);
-    anyOnList |= finding.onList;
-  }
-  return anyOnList ? ExitStatus::notTrusted : ExitStatus::trusted;
+    return anyOnList ? ExitStatus::notTrusted : ExitStatus::trusted;
+  });
 }
 
 // ---- list

@@ -13,8 +13,8 @@
 #include "services/common/TextWriter.h"
 #include "services/common/TimeText.h"
 #include "tools/trustctl/Page.h"
+#include "tools/trustctl/VerdictReport.h"
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
-#include "tools/trustctl/exceptions/RecordJson.h"
 #include "tools/trustctl/exceptions/Repair.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 

@@ -6,8 +6,6 @@
 #include "services/common/PrintableText.h"
 #include "services/common/TextWriter.h"
 #include "services/common/WarningTexts.h"
-#include "tools/trustctl/Page.h"
-#include "tools/trustctl/VerdictReport.h"
 
 namespace {
 
@@ -88,15 +86,4 @@ std::string recordJson(const ExceptionStore& store, const std::string& fileName,
   }
   object.endArray();
   return object.text() + "\n";
-}
-
-ExitStatus withJsonErrors(bool json, const std::function<ExitStatus()>& command) {
-  try {
-    return command();
-  } catch (const CommandError& error) {
-    if (json) {
-      print(writeJsonError(error.what(), {}));
-    }
-    throw;
-  }
 }

@@ -2,11 +2,9 @@
 #define TOOLS_TRUSTCTL_EXCEPTIONS_RECORDJSON_H
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 
-#include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/exceptions/ExceptionStore.h"
 #include "tools/trustctl/exceptions/RecordText.h"
 
@@ -28,8 +26,5 @@ RecordSummary summarize(const ExceptionStore& store, const std::string& fileName
 std::string summaryJson(const RecordSummary& row, std::int64_t now);
 std::string recordJson(const ExceptionStore& store, const std::string& fileName,
                        const ExceptionRecord& record, std::int64_t now);
-
-// Runs a command; with JSON a CommandError is printed in that form too before it goes on.
-ExitStatus withJsonErrors(bool json, const std::function<ExitStatus()>& command);
 
 #endif

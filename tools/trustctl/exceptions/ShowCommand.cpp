@@ -15,6 +15,7 @@
 #include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"
 #include "tools/trustctl/SectionText.h"
+#include "tools/trustctl/VerdictReport.h"
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
 #include "tools/trustctl/exceptions/RecordId.h"
 #include "tools/trustctl/exceptions/RecordJson.h"

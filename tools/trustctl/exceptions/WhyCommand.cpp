@@ -11,12 +11,12 @@
 #include "tools/trustctl/Judging.h"
 #include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"
+#include "tools/trustctl/VerdictReport.h"
 #include "tools/trustctl/connect/HostAndPort.h"
 #include "tools/trustctl/connect/Socket.h"
 #include "tools/trustctl/connect/TlsSession.h"
 #include "tools/trustctl/exceptions/DecisionDifference.h"
 #include "tools/trustctl/exceptions/ExchangeCommands.h"
-#include "tools/trustctl/exceptions/RecordJson.h"
 #include "tools/trustctl/exceptions/RecordText.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 

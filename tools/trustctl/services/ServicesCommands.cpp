@@ -235,21 +235,16 @@ void printJson(const Report& report) {
 }
 
 ExitStatus runStatus(const StatusOptions& options) {
-  bool anyFault = false;
-  try {
+  return withJsonErrors(options.json, [&options] {
+    bool anyFault = false;
     const std::vector<RuntimePlace> places = runtimePlaces();
     for (const KnownService& service : knownServices) {
       const Report report = inspect(service, places, options.timeoutSeconds);
       options.json ? printJson(report) : printText(report);
       anyFault |= isFault(report.status.state);
     }
-  } catch (const CommandError& error) {
-    if (options.json) {
-      print(writeJsonError(error.what(), {}));
-    }
-    throw;
-  }
-  return anyFault ? ExitStatus::notTrusted : ExitStatus::trusted;
+    return anyFault ? ExitStatus::notTrusted : ExitStatus::trusted;
+  });
 }
 
 }  // namespace
