@@ -78,7 +78,7 @@ ExitStatus verifyMany(VerifyOptions* options) {
 
 ExitStatus runVerify(VerifyOptions* options) {
   if (!options->list.empty() || nameADirectory(options->files)) {
-    return verifyMany(options);
+    return withJsonErrors(options->judging.json, [options] { return verifyMany(options); });
   }
   if (options->files.empty()) {
     refuse(

@@ -1,7 +1,9 @@
 // verify on many inputs: directories, and lists of domains and files.
 
 #include <signal.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <sstream>
 #include <string>
@@ -106,6 +108,28 @@ TEST_F(ManyVerdicts, DomainThatIsNoneIsRefusedByItsLine) {
   EXPECT_TRUE(isComplaint(result.err, "line 1: 'https://x.test' is not a domain"));
 }
 
+TEST_F(ManyVerdicts, StandardInputInAListIsRefusedByItsLine) {
+  const ProgramRun result =
+      run(verifyWithRoot({"--from", directory_.write("list", "www.example.test\t-\n")}),
+          leaf_.pem() + inter_.pem());
+  EXPECT_EQ(2, result.status);
+  EXPECT_TRUE(isComplaint(result.err, "line 1: standard input cannot be one of many inputs"));
+}
+
+TEST_F(ManyVerdicts, ZeroByteInAListIsRefusedByItsLine) {
+  const std::string line = "www.example.test\t" + good("a.pem") + std::string(1, '\0') + "x\n";
+  const ProgramRun result = run(verifyWithRoot({"--from", "-"}), line);
+  EXPECT_EQ(2, result.status);
+  EXPECT_TRUE(isComplaint(result.err, "standard input, line 1: a zero byte"));
+}
+
+TEST_F(ManyVerdicts, RefusalOfTheListIsToldInJsonToo) {
+  const ProgramRun result = run(verifyWithRoot({"--from", "-", "--json"}), "no tab\n");
+  EXPECT_EQ(2, result.status);
+  EXPECT_THAT(parseLine(result.out)["error"].GetString(), HasSubstr("line 1"));
+  EXPECT_TRUE(isComplaint(result.err, "line 1"));
+}
+
 TEST_F(ManyVerdicts, TextTellsEachVerdictAndItsWarnings) {
   good("a.pem");
   expired("b.pem");
@@ -174,6 +198,30 @@ TEST_F(ManyVerdicts, EmptyDirectoryIsWrongUse) {
   const ProgramRun result = run(verifyWithRoot({chains_}));
   EXPECT_EQ(2, result.status);
   EXPECT_TRUE(isComplaint(result.err, "no file to judge"));
+}
+
+TEST_F(ManyVerdicts, LongPathIsShownWholeInLinesThatFit) {
+  const std::string name = std::string(120, 'p') + ".pem";
+  good(name);
+  std::string path;
+  for (const std::string& line : lines(run(verifyWithRoot({chains_})).out)) {
+    EXPECT_LE(line.size(), 80U);
+    path += line.substr(std::min<std::size_t>(13, line.size()));
+  }
+  EXPECT_THAT(path, HasSubstr("/" + name));
+}
+
+TEST_F(ManyVerdicts, DirectoryThatCannotBeReadIsNamed) {
+  if (geteuid() == 0) {
+    GTEST_SKIP() << "root may read every directory";
+  }
+  good("below/a.pem");
+  const std::string locked = chains_ + "/below";
+  fs::permissions(locked, fs::perms::none);
+  const ProgramRun result = run(verifyWithRoot({chains_}));
+  fs::permissions(locked, fs::perms::owner_all);
+  EXPECT_EQ(2, result.status);
+  EXPECT_TRUE(isComplaint(result.err, "the directory '" + locked + "' cannot be read"));
 }
 
 TEST_F(ManyVerdicts, PathsCannotForgeLines) {

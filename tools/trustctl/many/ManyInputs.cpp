@@ -21,6 +21,9 @@ constexpr InputRules listRules = {std::size_t{64} * 1024 * 1024,
                                   "so it is no list of chains; split it",
                                   "connect it to standard input and name it -"};
 
+constexpr const char* refusalOfStandardInput =
+    "standard input cannot be one of many inputs; put it into a file";
+
 [[noreturn]] void refuseDirectory(const std::string& path, const std::string& reason) {
   refuse(fmt::format("the directory {} cannot be read: {}; check its path and its rights",
                      inputName(path), reason));
@@ -31,7 +34,8 @@ std::vector<std::string> filesBelow(const std::string& directory) {
   std::vector<std::string> files;
   std::error_code failure;
   fs::recursive_directory_iterator entry(directory, failure);
-  for (; !failure && entry != fs::end(entry); entry.increment(failure)) {
+  std::string opened = directory;
+  while (!failure && entry != fs::end(entry)) {
     Interruption::check();
     const bool isHidden = entry->path().filename().native().front() == '.';
     std::error_code vanished;
@@ -40,9 +44,11 @@ std::vector<std::string> filesBelow(const std::string& directory) {
     } else if (!isHidden && entry->is_regular_file(vanished)) {
       files.push_back(entry->path().string());
     }
+    opened = entry->path().string();  // where it is a directory
+    entry.increment(failure);
   }
   if (failure) {
-    refuseDirectory(directory, failure.message());
+    refuseDirectory(opened, failure.message());
   }
   std::sort(files.begin(), files.end());
   return files;
@@ -53,7 +59,13 @@ ManyInput parseLine(const std::string& line, const std::string& where) {
   if (tab == std::string::npos || tab + 1 == line.size()) {
     refuse(fmt::format("{}: '{}' is not a domain, a tab and a path", where, printableText(line)));
   }
+  if (line.find('\0') != std::string::npos) {
+    refuse(where + ": a zero byte can be in no path; write the list as plain text");
+  }
   ManyInput input{line.substr(tab + 1), {}};
+  if (input.path == "-") {
+    refuse(where + ": " + refusalOfStandardInput);
+  }
   if (tab > 0) {
     input.domain = line.substr(0, tab);
     try {
@@ -79,7 +91,7 @@ std::vector<ManyInput> listFiles(const std::vector<std::string>& paths,
   std::vector<ManyInput> inputs;
   for (const std::string& path : paths) {
     if (path == "-") {
-      refuse("standard input cannot be one of many inputs; put it into a file");
+      refuse(refusalOfStandardInput);
     }
     if (!nameADirectory({path})) {
       inputs.push_back({path, domain});

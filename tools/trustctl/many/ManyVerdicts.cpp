@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include <fmt/format.h>
@@ -21,7 +22,8 @@
 
 namespace {
 
-constexpr std::size_t indentation = 13;  // behind the verdict's word
+constexpr std::string_view margin = "             ";  // as wide as a verdict's word
+constexpr std::size_t indentation = margin.size();
 
 struct Outcome {
   ExitStatus status = ExitStatus::undecided;
@@ -70,11 +72,17 @@ std::string wordFor(const Outcome& outcome) {
 }
 
 std::string textLines(const ManyInput& input, const Outcome& outcome) {
-  const std::size_t columns = std::max<std::size_t>(pageColumns() - indentation, 40);
-  std::string out = wordFor(outcome) + printableText(input.path, columns) + "\n";
+  std::string out = wordFor(outcome);
+  const auto addForeign = [&out](const std::string& text, std::string_view before) {
+    for (const std::string& line : fieldLines(text, pageColumns() - indentation)) {
+      out.append(before).append(line).append("\n");
+      before = margin;
+    }
+  };
   const auto add = [&out](const std::string& words) { out += wrapped(words, indentation) + "\n"; };
+  addForeign(escapeText(input.path), "");
   if (input.domain) {
-    add("for " + printableText(*input.domain, columns - 4));
+    addForeign("for " + escapeText(*input.domain), margin);
   }
   if (outcome.verdict.byException) {
     add("a stored decision of yours, in spite of:");
@@ -114,10 +122,11 @@ class Summary {
 
   std::string text() const {
     std::string out =
-        fmt::format("\n{} chain{}: {} trusted{}, {} not trusted, {} without a verdict\n", count_,
+        fmt::format("{} chain{}: {} trusted{}, {} not trusted, {} without a verdict", count_,
                     count_ == 1 ? "" : "s", trusted_,
                     byException_ == 0 ? "" : fmt::format(" ({} by your decision)", byException_),
                     notTrusted_, count_ - trusted_ - notTrusted_);
+    out = "\n" + wrapped(out, 0) + "\n";
     for (const WarningText& warning : warningTexts()) {
       const auto found = byWarning_.find(warning.flag);
       if (found != byWarning_.end()) {
