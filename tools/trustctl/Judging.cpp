@@ -105,6 +105,14 @@ void addJudgingOptions(CLI::App* command, JudgingOptions* options) {
       ->type_name("SECONDS")
       ->check(CLI::Range(1, longestTimeoutSeconds).description(""));
   command->add_flag("--private", options->ownServices, "Start services of this run's own");
+  refuseEmpty(command
+                  ->add_option("--store", options->store,
+                               "Where your decisions are kept (~/vallorin/certexcept)")
+                  ->type_name("DIR"));
+  command->add_flag("--json", options->json, "One JSON object on one line, for programs");
+}
+
+void addAskingOptions(CLI::App* command, JudgingOptions* options) {
   command
       ->add_option("--dialog", options->dialog,
                    "How to ask about a chain that is not trusted: terminal, policy:decline, "
@@ -113,11 +121,6 @@ void addJudgingOptions(CLI::App* command, JudgingOptions* options) {
       ->check(CLI::IsMember({"terminal", "policy:decline", "policy:once", "policy:always"})
                   .description(""));
   command->add_flag("--no-dialog", options->noDialog, "Never ask")->excludes("--dialog");
-  refuseEmpty(command
-                  ->add_option("--store", options->store,
-                               "Where your decisions are kept (~/vallorin/certexcept)")
-                  ->type_name("DIR"));
-  command->add_flag("--json", options->json, "One JSON object on one line, for programs");
 }
 
 void requireDomain(const std::string& domain) {

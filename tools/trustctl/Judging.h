@@ -29,8 +29,9 @@ struct JudgingOptions {
   ServiceSettings settings;  // requireSound sets its time
 };
 
-// Adds them to a command; `options` must outlive the parse.
+// Adds those that judge to a command, and those that ask; `options` must outlive the parse.
 void addJudgingOptions(CLI::App* command, JudgingOptions* options);
+void addAskingOptions(CLI::App* command, JudgingOptions* options);
 
 // Checks what the parser cannot, and reads the time. Throws CommandError (wrongUse).
 void requireSound(JudgingOptions* options);

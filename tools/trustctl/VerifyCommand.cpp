@@ -101,6 +101,7 @@ void addVerifyCommand(CLI::App* program, CommandAction* chosen) {
   command->add_option("-d,--domain", options->domain, "The server's name that you asked for")
       ->type_name("NAME");
   addJudgingOptions(command, &options->judging);
+  addAskingOptions(command, &options->judging);
   refuseEmpty(command
                   ->add_option("--from", options->list,
                                "Judge many: lines of a domain, a tab and a file; - for stdin")

@@ -173,6 +173,7 @@ void addConnectCommand(CLI::App* program, CommandAction* chosen) {
   const auto options = std::make_shared<ConnectOptions>();
   addConnectionOptions(command, options.get());
   addJudgingOptions(command, &options->judging);
+  addAskingOptions(command, &options->judging);
   command->get_option("--timeout")
       ->description("Wait so long for the server, and for the services (30)");
   command

@@ -53,9 +53,6 @@ struct WhyOptions {
 void checkOptions(WhyOptions* options) {
   requireDomain(options->domain);
   requireSound(&options->judging);
-  if (options->judging.dialog) {
-    refuse("why never asks anybody; leave --dialog out");
-  }
   if (options->connects && !options->files.empty()) {
     refuse("--connect takes the place of a FILE; leave one of them out");
   }
