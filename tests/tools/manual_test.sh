@@ -68,4 +68,33 @@ done
 [ "$(offered explain NO_T)" = NO_TRUSTED ] || complain "warnings are not offered"
 [ "$(offered verify --color a)" = "$(printf 'auto\nalways')" ] || complain "values are not offered"
 [ "$(offered verify x)" = "" ] || complain "files are left to the shell"
+
+# offers EXPECTED WORD...: so bash completes the last word, which it took apart at ':' and '='.
+offers() {
+  local expected=$1
+  shift
+  [ "$(offered "$@" | paste -sd' ')" = "$expected" ] || complain "not '$expected' after: $*"
+}
+export COMP_WORDBREAKS=$' \t\n"\'><=;|&(:'
+offers "policy:decline policy:once policy:always" verify --dialog po
+offers "decline once always" verify --dialog policy :
+offers "once" verify --dialog policy : o
+offers "auto always never" verify --color =
+offers "smtp" connect --starttls = sm
+offers "decline" verify --dialog = policy : d
+offers "CERT_EXPIRY,NO_TRUSTED" exceptions add --warnings CERT_EXPIRY,NO_T
+offers "" connect --starttls smtp example.org : 2
+
+# takes_files WORD...: the program leaves the last word to the shell, which knows the files.
+takes_files() {
+  "$bin/trustctl" completion words -- "$@" >/dev/null
+}
+takes_files verify "" || complain "verify takes files"
+takes_files verify --cafile "" || complain "--cafile takes a file"
+takes_files verify --store=x || complain "--store takes a directory"
+takes_files exceptions import "" || complain "import takes a file"
+! takes_files verify --timeout "" || complain "--timeout takes no file"
+! takes_files connect "" || complain "connect takes no file"
+! takes_files services status "" || complain "status takes no file"
+! takes_files exc || complain "a command is no file"
 exit "$failed"

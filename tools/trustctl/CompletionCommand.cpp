@@ -10,6 +10,7 @@
 #include "tools/trustctl/CommandWords.h"
 #include "tools/trustctl/Page.h"
 #include "tools/trustctl/WarningWords.h"
+#include "tools/trustctl/connect/StartTls.h"
 
 namespace {
 
@@ -21,14 +22,32 @@ constexpr const char* help =
     "Examples:\n"
     "  trustctl completion bash\n";
 
-// The program itself knows the words. Where it offers none the shell offers files.
+// The program itself knows the words, and says with status 1 where no file can stand. bash takes
+// "--dialog policy:once" and "--color=auto" apart at ':' and '=', and wants back only what comes
+// behind the last of these.
 constexpr const char* bashScript =
-    "_trustctl() {\n"
-    "  local IFS=$'\\n'\n"
-    "  COMPREPLY=($(\"${COMP_WORDS[0]}\" completion words -- \"${COMP_WORDS[@]:1:COMP_CWORD}\" "
-    "2>/dev/null))\n"
-    "}\n"
-    "complete -o bashdefault -o default -F _trustctl trustctl\n";
+    R"script(_trustctl() {
+  local IFS=$'\n' word break cut='' glue='' words=('')
+  for word in "${COMP_WORDS[@]:1:COMP_CWORD}"; do
+    case $word in
+      [:=]*) glue=1 ;;
+      *) [ "$glue" ] || words+=('') ; glue='' ;;
+    esac
+    words[${#words[@]}-1]+=$word
+  done
+  word=${words[${#words[@]}-1]}
+  for break in : =; do
+    case $COMP_WORDBREAKS in
+      *$break*) [[ ${word%"${word##*"$break"}"} == "$cut"* ]] && cut=${word%"${word##*"$break"}"} ;;
+    esac
+  done
+  word=$("${COMP_WORDS[0]}" completion words -- "${words[@]:1}" 2>/dev/null) ||
+    { [ $? -ne 1 ] || compopt +o bashdefault +o default; } 2>/dev/null
+  COMPREPLY=($word)
+  COMPREPLY=("${COMPREPLY[@]#"$cut"}")
+}
+complete -o bashdefault -o default -F _trustctl trustctl
+)script";
 
 const CLI::Option* findOption(const CLI::App& command, const std::string& word) {
   for (const CLI::Option* option : command.get_options()) {
@@ -39,53 +58,102 @@ const CLI::Option* findOption(const CLI::App& command, const std::string& word) 
   return nullptr;
 }
 
-// What a value of that kind can be; nothing where it is a file, or anything.
-Words valuesOf(const std::string& kind) {
+Words starttlsNames() {
+  Words names;
+  for (const StartTlsProtocol& protocol : startTlsProtocols()) {
+    names.emplace_back(protocol.name);
+  }
+  return names;
+}
+
+// What may come in some place.
+struct Offer {
+  Words words;
+  bool files = false;
+};
+
+// What a value of that kind can be; nothing where it is anything.
+Offer valuesOf(const std::string& kind) {
   static const std::vector<std::pair<std::string, Words>> known = {
       {"WHEN", {"auto", "always", "never"}},
       {"FACE", {"terminal", "policy:decline", "policy:once", "policy:always"}},
-      {"PROTOCOL", {"smtp", "imap", "pop3", "ftp", "ldap", "xmpp", "postgres"}},
+      {"PROTOCOL", starttlsNames()},
       {"WARNING", warningNames()},
-      {"WARNINGS", warningNames()}};
+      {"WARNING,...", warningNames()}};
   for (const auto& [name, values] : known) {
     if (name == kind) {
-      return values;
+      return {values};
     }
   }
-  return {};
+  const bool isFile = kind == "DIR" || kind == "LIST" || kind.find("FILE") != std::string::npos;
+  return {{}, isFile};
 }
 
-Words argumentsOf(const CLI::App& command) {
+Words prefixed(const std::string& prefix, const Words& words) {
+  Words out;
+  for (const std::string& word : words) {
+    out.push_back(prefix + word);
+  }
+  return out;
+}
+
+// The value of an option, of which `typed` is there.
+Offer valuesFor(const CLI::Option& option, const std::string& typed) {
+  const std::string kind = option.get_type_name();
+  const Offer offer = valuesOf(kind);
+  const std::size_t comma = kind.find(",...") == std::string::npos ? kind.npos : typed.rfind(',');
+  const std::string before = comma == typed.npos ? "" : typed.substr(0, comma + 1);
+  return {prefixed(before, offer.words), offer.files};
+}
+
+Offer argumentsOf(const CLI::App& command) {
+  Offer offer;
   for (const CLI::Option* option : command.get_options()) {
-    const Words values = option->get_positional() ? valuesOf(option->get_name(true)) : Words();
-    if (!values.empty()) {
-      return values;
+    if (option->get_positional()) {
+      const Offer one = valuesOf(option->get_name(true));
+      offer.words.insert(offer.words.end(), one.words.begin(), one.words.end());
+      offer.files |= one.files;
     }
   }
-  return {};
+  return offer;
+}
+
+bool takesValue(const CLI::Option* option) {
+  return option != nullptr && option->get_items_expected_max() > 0;
 }
 
 // What may come in the place of the last word.
-Words candidates(const CLI::App& program, const Words& words) {
+Offer candidates(const CLI::App& program, const Words& words) {
   const Words before(words.begin(), words.end() - 1);
+  const std::string& last = words.back();
   const CLI::App& command = commandOf(program, before);
-  const bool isOption = words.back().rfind('-', 0) == 0;
+  const bool isOption = last.rfind('-', 0) == 0;
   if (!commandNames(command).empty() && !isOption) {
-    return commandNames(command);
+    return {commandNames(command)};
   }
   const CLI::Option* option = before.empty() ? nullptr : findOption(command, before.back());
-  if (option != nullptr && option->get_items_expected_max() > 0) {
-    return valuesOf(option->get_type_name());
+  if (takesValue(option)) {
+    return valuesFor(*option, last);
   }
-  return isOption ? optionNames(command) : argumentsOf(command);
+  if (!isOption) {
+    return argumentsOf(command);
+  }
+  const std::size_t equals = last.find('=');
+  option = equals == last.npos ? nullptr : findOption(command, last.substr(0, equals));
+  if (!takesValue(option)) {
+    return {optionNames(command)};
+  }
+  const Offer offer = valuesFor(*option, last.substr(equals + 1));
+  return {prefixed(last.substr(0, equals + 1), offer.words), offer.files};
 }
 
-void printFitting(const Words& offered, const std::string& start) {
-  for (const std::string& word : offered) {
+ExitStatus printFitting(const Offer& offer, const std::string& start) {
+  for (const std::string& word : offer.words) {
     if (word.rfind(start, 0) == 0) {
       print(word + "\n");
     }
   }
+  return offer.files ? ExitStatus::trusted : ExitStatus::notTrusted;
 }
 
 }  // namespace
@@ -107,10 +175,8 @@ void addCompletionCommand(CLI::App* program, CommandAction* chosen) {
   ask->add_option("WORD", *words, "What is typed so far, the last one not yet whole");
   ask->callback([program, words, chosen] {
     *chosen = [program, words] {
-      if (!words->empty()) {
-        printFitting(candidates(*program, *words), words->back());
-      }
-      return ExitStatus::trusted;
+      return words->empty() ? ExitStatus::trusted
+                            : printFitting(candidates(*program, *words), words->back());
     };
   });
 }

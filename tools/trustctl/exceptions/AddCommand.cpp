@@ -195,7 +195,7 @@ void addAddCommand(CLI::App* group, CommandAction* chosen) {
   command->add_flag("--no-domain", options->noDomain, "For verdicts that no domain was given for");
   refuseEmpty(command->add_option("--warnings", options->warnings, "The warnings to accept")
                   ->required()
-                  ->type_name("NAME,..."));
+                  ->type_name("WARNING,..."));
   refuseEmpty(command->add_option("--sha256", options->sha256, "Of the server's own certificate")
                   ->required()
                   ->type_name("HEX"));
