@@ -1,3 +1,12 @@
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -72,6 +81,26 @@ TEST_F(CommandLine, SaysWhenTheOutputIsLost) {
   const ProgramRun result = finish(start({"explain"}, "", "/dev/full"));
   EXPECT_EQ(3, result.status);
   EXPECT_TRUE(isComplaint(result.err, "the output cannot be written"));
+}
+
+TEST_F(CommandLine, SaysWhenThereIsNoOutputToWriteTo) {
+  const std::string complaint = directory_.path("complaint");
+  posix_spawn_file_actions_t files;
+  posix_spawn_file_actions_init(&files);
+  posix_spawn_file_actions_addclose(&files, STDOUT_FILENO);
+  posix_spawn_file_actions_addopen(&files, STDERR_FILENO, complaint.c_str(), O_WRONLY | O_CREAT,
+                                   0600);
+  std::string program = TRUSTCTL_PROGRAM;
+  std::string word = "explain";
+  char* const words[] = {program.data(), word.data(), nullptr};
+  pid_t child = 0;
+  ASSERT_EQ(0, posix_spawn(&child, program.c_str(), &files, nullptr, words, environ));
+  posix_spawn_file_actions_destroy(&files);
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(3, WEXITSTATUS(status));
+  std::ifstream said(complaint);
+  EXPECT_TRUE(isComplaint({std::istreambuf_iterator<char>(said), {}}, "the output cannot be"));
 }
 
 TEST_F(CommandLine, ExplainsAllWarnings) {

@@ -24,7 +24,7 @@ namespace {
 [[noreturn]] void refuseForErrno(const std::string& path, int error) {
   const char* next = error == EACCES   ? "; run as a user who may read it"
                      : error == ENOENT ? "; check the path"
-                                       : "";
+                                       : "; check the file";
   refuse(path, fmt::format("cannot be read: {}{}", std::generic_category().message(error), next));
 }
 
@@ -38,13 +38,13 @@ void requirePlainFile(const std::string& path, int fd, const InputRules& rules) 
     refuseForErrno(path, errno);
   }
   if (S_ISDIR(status.st_mode)) {
-    refuse(path, "is a directory; name the certificate file in it");
+    refuse(path, "is a directory; name a file in it");
   }
   if (S_ISFIFO(status.st_mode)) {
     refuse(path, fmt::format("is a pipe, not a file; {}", rules.ifPipe));
   }
   if (!S_ISREG(status.st_mode)) {
-    refuse(path, "is not a plain file; give a file with certificates");
+    refuse(path, "is not a plain file; give one that is");
   }
   if (status.st_size > static_cast<off_t>(rules.maxBytes)) {
     refuseAsTooBig(path, rules);

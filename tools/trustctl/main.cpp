@@ -20,11 +20,12 @@
 
 namespace {
 
-// A descriptor that is opened later must not become one of the three standard ones.
+// A descriptor that is opened later must not become one of the three standard ones. For reading
+// only: what is written to one that was closed is lost, and must fail.
 void openStandardDescriptors() {
   int fd = 0;
   do {
-    fd = open("/dev/null", O_RDWR);
+    fd = open("/dev/null", O_RDONLY);
   } while (fd != -1 && fd <= STDERR_FILENO);
   if (fd != -1) {
     close(fd);
