@@ -3,9 +3,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,6 +16,7 @@
 
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::StartsWith;
@@ -101,6 +104,26 @@ TEST_F(CommandLine, SaysWhenThereIsNoOutputToWriteTo) {
   EXPECT_EQ(3, WEXITSTATUS(status));
   std::ifstream said(complaint);
   EXPECT_TRUE(isComplaint({std::istreambuf_iterator<char>(said), {}}, "the output cannot be"));
+}
+
+TEST_F(CommandLine, ExplainsAWarningToProgramsByTheseMembers) {
+  const ProgramRun result = run({"explain", "--json", "no_trusted"});
+  EXPECT_EQ(0, result.status);
+  const rapidjson::Document warning = parseLine(result.out);
+  std::vector<std::string> members;
+  for (const auto& member : warning.GetObject()) {
+    members.emplace_back(member.name.GetString());
+    EXPECT_NE(0U, member.value.GetStringLength());
+  }
+  EXPECT_THAT(members, ElementsAre("name", "summary", "meaning", "attack", "cause", "next"));
+  EXPECT_STREQ("NO_TRUSTED", warning["name"].GetString());
+}
+
+TEST_F(CommandLine, ExplainsAllWarningsToProgramsOneALine) {
+  const ProgramRun result = run({"explain", "--json"});
+  EXPECT_EQ(0, result.status);
+  EXPECT_EQ(14, std::count(result.out.begin(), result.out.end(), '\n'));
+  EXPECT_THAT(result.out, StartsWith("{\"name\":"));
 }
 
 TEST_F(CommandLine, ExplainsAllWarnings) {

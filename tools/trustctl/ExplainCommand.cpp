@@ -5,10 +5,12 @@
 #include <CLI/CLI.hpp>
 
 #include "services/common/PrintableText.h"
+#include "services/common/TextWriter.h"
 #include "services/common/WarningTexts.h"
 #include "tools/trustctl/Command.h"
 #include "tools/trustctl/Page.h"
 #include "tools/trustctl/Suggestion.h"
+#include "tools/trustctl/VerdictReport.h"
 #include "tools/trustctl/WarningWords.h"
 
 namespace {
@@ -16,7 +18,13 @@ namespace {
 constexpr const char* help =
     "Examples:\n"
     "  trustctl explain                 all warnings, one line each\n"
-    "  trustctl explain CERT_EXPIRY     one of them in full\n";
+    "  trustctl explain CERT_EXPIRY     one of them in full\n"
+    "  trustctl explain --json          all of them in full, for programs\n";
+
+struct ExplainOptions {
+  std::string name;
+  bool json = false;
+};
 
 void printAll() {
   print("The warnings that a verdict may carry:\n\n");
@@ -37,19 +45,46 @@ void printOne(const WarningText& text) {
   part("What to do", text.next);
 }
 
-ExitStatus explain(const std::string& name) {
-  if (name.empty()) {
-    printAll();
-    return ExitStatus::trusted;
+void printJson(const WarningText& text) {
+  TextWriter object(TextWriter::Form::json);
+  object.add("name", warningName(text));
+  object.add("summary", text.summary);
+  object.add("meaning", text.meaning);
+  object.add("attack", text.attack);
+  object.add("cause", text.cause);
+  object.add("next", text.next);
+  print(object.text() + "\n");
+}
+
+void explainAll(bool json) {
+  if (!json) {
+    return printAll();
   }
+  for (const WarningText& text : warningTexts()) {
+    printJson(text);
+  }
+}
+
+const WarningText& findWarning(const std::string& name) {
   const WarningText* text = findWarningText(name);
   if (text == nullptr) {
     throw CommandError(ExitStatus::wrongUse,
                        fmt::format("no warning is named '{}'{}; list them with: trustctl explain",
                                    printableText(name), didYouMean(name, warningNames())));
   }
-  printOne(*text);
-  return ExitStatus::trusted;
+  return *text;
+}
+
+ExitStatus runExplain(const ExplainOptions& options) {
+  return withJsonErrors(options.json, [&options] {
+    if (options.name.empty()) {
+      explainAll(options.json);
+    } else {
+      const WarningText& text = findWarning(options.name);
+      options.json ? printJson(text) : printOne(text);
+    }
+    return ExitStatus::trusted;
+  });
 }
 
 }  // namespace
@@ -57,7 +92,9 @@ ExitStatus explain(const std::string& name) {
 void addExplainCommand(CLI::App* program, CommandAction* chosen) {
   CLI::App* command = program->add_subcommand("explain", "Say what a warning means and what to do");
   command->footer(help);
-  const auto name = std::make_shared<std::string>();
-  command->add_option("WARNING", *name, "Name of the warning, in any letter case; all without it");
-  command->callback([name, chosen] { *chosen = [name] { return explain(*name); }; });
+  const auto options = std::make_shared<ExplainOptions>();
+  command->add_option("WARNING", options->name,
+                      "Name of the warning, in any letter case; all without it");
+  command->add_flag("--json", options->json, "One JSON object a line, for programs");
+  command->callback([options, chosen] { *chosen = [options] { return runExplain(*options); }; });
 }
