@@ -3,7 +3,7 @@
 #   page_test.sh PAGE BIN SCRIPTS
 # In its ```console blocks a line "$ COMMAND" is a command, and what follows up to the next one is
 # what it prints; a line "..." stands for any lines. Times, hexadecimal digits and the ports of the
-# demo servers are taken for equal.
+# demo servers are taken for equal, and the home directory is /home/you.
 set -euo pipefail
 page=$(realpath "$1")
 export PATH="$(realpath "$2"):$(realpath "$3"):$PATH"
@@ -22,8 +22,7 @@ cd "$directory"
 # The first of seven ports that nobody uses now; another program may still be faster.
 first_port() {
   local port used
-  used=$(cut -d ' ' -f 4- /proc/net/tcp | sed -n 's/^ *[0-9]*: [0-9A-F]*:\([0-9A-F]*\) .*/\1/p'
-    sed -n 's/^ *[0-9]*: [0-9A-F]*:\([0-9A-F]*\) .*/\1/p' /proc/net/tcp)
+  used=$(sed -n 's/^ *[0-9]*: [0-9A-F]*:\([0-9A-F]*\) .*/\1/p' /proc/net/tcp*)
   while :; do
     port=$((20000 + RANDOM % 1000 * 10))
     for offset in 0 1 2 3 4 5 6; do
@@ -40,7 +39,7 @@ normal() {
   sed -E -e "s/$((port / 10))([0-6])/944\1/g" \
     -e 's/[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]{8}Z/TIME/g' \
     -e 's/\b([0-9A-F]{4} ){3,}[0-9A-F]{4}\b/HEX/g' \
-    -e 's/[0-9a-f]{8,}/HEX/g' -e "s|$directory|.|g" -e 's/[[:space:]]+$//'
+    -e 's/[0-9a-f]{8,}/HEX/g' -e "s|$directory/home|/home/you|g" -e 's/[[:space:]]+$//'
 }
 
 # matches EXPECTED ACTUAL: line by line.
