@@ -8,6 +8,7 @@
 
 #include "tools/trustctl/Command.h"
 #include "tools/trustctl/CommandWords.h"
+#include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"
 #include "tools/trustctl/WarningWords.h"
 #include "tools/trustctl/connect/StartTls.h"
@@ -159,24 +160,18 @@ ExitStatus printFitting(const Offer& offer, const std::string& start) {
 }  // namespace
 
 void addCompletionCommand(CLI::App* program, CommandAction* chosen) {
-  CLI::App* group = program->add_subcommand("completion", "Complete commands in a shell");
-  group->footer(help);
-  CLI::App* bash = group->add_subcommand("bash", "Print what makes bash complete them");
-  bash->footer(help);
-  bash->callback([chosen] {
-    *chosen = [] {
-      print(bashScript);
-      return ExitStatus::trusted;
-    };
+  CLI::App* group = addCommand(program, "completion", "Complete commands in a shell", help);
+  CLI::App* bash = addCommand(group, "bash", "Print what makes bash complete them", help);
+  onCall(bash, chosen, [] {
+    print(bashScript);
+    return ExitStatus::trusted;
   });
-  CLI::App* ask = group->add_subcommand("words", "Print what may come next, for the shell");
-  ask->group("");
+  CLI::App* ask = addCommand(group, "words", "Print what may come next, for the shell", "");
+  hideCommand(ask);
   const auto words = std::make_shared<Words>();
-  ask->add_option("WORD", *words, "What is typed so far, the last one not yet whole");
-  ask->callback([program, words, chosen] {
-    *chosen = [program, words] {
-      return words->empty() ? ExitStatus::trusted
-                            : printFitting(candidates(*program, *words), words->back());
-    };
+  addOption(ask, "WORD", words.get(), "What is typed so far, the last one not yet whole");
+  onCall(ask, chosen, [program, words] {
+    return words->empty() ? ExitStatus::trusted
+                          : printFitting(candidates(*program, *words), words->back());
   });
 }

@@ -2,12 +2,12 @@
 #include <string>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/PrintableText.h"
 #include "services/common/TextWriter.h"
 #include "services/common/WarningTexts.h"
 #include "tools/trustctl/Command.h"
+#include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"
 #include "tools/trustctl/Suggestion.h"
 #include "tools/trustctl/VerdictReport.h"
@@ -90,11 +90,11 @@ ExitStatus runExplain(const ExplainOptions& options) {
 }  // namespace
 
 void addExplainCommand(CLI::App* program, CommandAction* chosen) {
-  CLI::App* command = program->add_subcommand("explain", "Say what a warning means and what to do");
-  command->footer(help);
+  CLI::App* command =
+      addCommand(program, "explain", "Say what a warning means and what to do", help);
   const auto options = std::make_shared<ExplainOptions>();
-  command->add_option("WARNING", options->name,
-                      "Name of the warning, in any letter case; all without it");
-  command->add_flag("--json", options->json, "One JSON object a line, for programs");
-  command->callback([options, chosen] { *chosen = [options] { return runExplain(*options); }; });
+  addOption(command, "WARNING", &options->name,
+            "Name of the warning, in any letter case; all without it");
+  addFlag(command, "--json", &options->json, "One JSON object a line, for programs");
+  onCall(command, chosen, [options] { return runExplain(*options); });
 }

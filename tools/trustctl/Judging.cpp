@@ -8,7 +8,6 @@
 #include <utility>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/DecisionStore.h"
 #include "services/common/PrintableText.h"
@@ -75,52 +74,45 @@ std::string storeToUse(const JudgingOptions& options) {
 
 }  // namespace
 
-void addJudgingOptions(CLI::App* command, JudgingOptions* options) {
-  command
-      ->add_option("--alt-domain", options->altDomains, "A further name that will do; repeatable")
-      ->type_name("NAME")
-      ->allow_extra_args(false);
-  CLI::Option* application = refuseEmpty(
-      command->add_option("--application", options->application, "Trust store: its application")
-          ->type_name("NAME"));
-  CLI::Option* className =
-      refuseEmpty(command->add_option("--class", options->className, "Trust store: its class")
-                      ->type_name("NAME")
-                      ->needs(application));
-  application->needs(className);
+void addJudgingOptions(CLI::App* command, JudgingOptions* options, const char* timeoutMeans) {
+  addOption(command, "--alt-domain", &options->altDomains,
+            "A further name that will do; repeatable", "NAME")
+      .oneValueEach();
+  Option application = addOption(command, "--application", &options->application,
+                                 "Trust store: its application", "NAME")
+                           .notEmpty();
+  Option className =
+      addOption(command, "--class", &options->className, "Trust store: its class", "NAME")
+          .notEmpty()
+          .needs(application);
+  application.needs(className);
   ServiceSettings& settings = options->settings;
-  refuseEmpty(
-      command->add_option("--cafile", settings.cafile, "Trust these roots, not the system's")
-          ->type_name("FILE"));
-  refuseEmpty(
-      command->add_option("--capath", settings.capath, "The same, from all files of a directory")
-          ->type_name("DIR"));
-  refuseEmpty(command->add_option("--crlfile", settings.crlfile, "Revocation lists to heed as well")
-                  ->type_name("FILE"));
-  refuseEmpty(command
-                  ->add_option("--at", options->at,
-                               "Judge as of this time: 2026-01-31, RFC 3339 or @seconds")
-                  ->type_name("TIME"));
-  command->add_option("--timeout", options->timeoutSeconds, "Wait so long for the services (30)")
-      ->type_name("SECONDS")
-      ->check(CLI::Range(1, longestTimeoutSeconds).description(""));
-  command->add_flag("--private", options->ownServices, "Start services of this run's own");
-  refuseEmpty(command
-                  ->add_option("--store", options->store,
-                               "Where your decisions are kept (~/vallorin/certexcept)")
-                  ->type_name("DIR"));
-  command->add_flag("--json", options->json, "One JSON object on one line, for programs");
+  addOption(command, "--cafile", &settings.cafile, "Trust these roots, not the system's", "FILE")
+      .notEmpty();
+  addOption(command, "--capath", &settings.capath, "The same, from all files of a directory", "DIR")
+      .notEmpty();
+  addOption(command, "--crlfile", &settings.crlfile, "Revocation lists to heed as well", "FILE")
+      .notEmpty();
+  addOption(command, "--at", &options->at,
+            "Judge as of this time: 2026-01-31, RFC 3339 or @seconds", "TIME")
+      .notEmpty();
+  addOption(command, "--timeout", &options->timeoutSeconds, timeoutMeans, "SECONDS")
+      .between(1, longestTimeoutSeconds);
+  addFlag(command, "--private", &options->ownServices, "Start services of this run's own");
+  addOption(command, "--store", &options->store,
+            "Where your decisions are kept (~/vallorin/certexcept)", "DIR")
+      .notEmpty();
+  addFlag(command, "--json", &options->json, "One JSON object on one line, for programs");
 }
 
 void addAskingOptions(CLI::App* command, JudgingOptions* options) {
-  command
-      ->add_option("--dialog", options->dialog,
-                   "How to ask about a chain that is not trusted: terminal, policy:decline, "
-                   "policy:once or policy:always")
-      ->type_name("FACE")
-      ->check(CLI::IsMember({"terminal", "policy:decline", "policy:once", "policy:always"})
-                  .description(""));
-  command->add_flag("--no-dialog", options->noDialog, "Never ask")->excludes("--dialog");
+  const Option dialog =
+      addOption(command, "--dialog", &options->dialog,
+                "How to ask about a chain that is not trusted: terminal, policy:decline, "
+                "policy:once or policy:always",
+                "FACE")
+          .oneOf({"terminal", "policy:decline", "policy:once", "policy:always"});
+  addFlag(command, "--no-dialog", &options->noDialog, "Never ask").excludes(dialog);
 }
 
 void requireDomain(const std::string& domain) {

@@ -30,7 +30,8 @@ struct JudgingOptions {
 };
 
 // Adds those that judge to a command, and those that ask; `options` must outlive the parse.
-void addJudgingOptions(CLI::App* command, JudgingOptions* options);
+void addJudgingOptions(CLI::App* command, JudgingOptions* options,
+                       const char* timeoutMeans = "Wait so long for the services (30)");
 void addAskingOptions(CLI::App* command, JudgingOptions* options);
 
 // Checks what the parser cannot, and reads the time. Throws CommandError (wrongUse).

@@ -11,6 +11,7 @@
 #include "tools/trustctl/Command.h"
 #include "tools/trustctl/CommandWords.h"
 #include "tools/trustctl/InputFile.h"
+#include "tools/trustctl/Options.h"
 
 namespace {
 
@@ -57,14 +58,12 @@ void writePages(const CLI::App& command, const std::string& path, const std::str
 
 void addManualCommand(CLI::App* program, CommandAction* chosen) {
   // For the build: people find the pages with man.
-  CLI::App* command = program->add_subcommand("manual", "Write the manual pages");
-  command->group("");
+  CLI::App* command = addCommand(program, "manual", "Write the manual pages", "");
+  hideCommand(command);
   const auto directory = std::make_shared<std::string>();
-  command->add_option("DIR", *directory, "Where the pages go")->required();
-  command->callback([program, directory, chosen] {
-    *chosen = [program, directory] {
-      writePages(*program, program->get_name(), "", program->version(), *directory);
-      return ExitStatus::trusted;
-    };
+  addOption(command, "DIR", directory.get(), "Where the pages go").required();
+  onCall(command, chosen, [program, directory] {
+    writePages(*program, program->get_name(), "", program->version(), *directory);
+    return ExitStatus::trusted;
   });
 }

@@ -5,7 +5,6 @@
 #include <string>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/CertificateView.h"
 #include "services/common/PrintableText.h"
@@ -157,13 +156,12 @@ ExitStatus runMatch(const MatchOptions& options) {
 
 void addMatchCommand(CLI::App* program, CommandAction* chosen) {
   CLI::App* command =
-      program->add_subcommand("match", "Which name of a certificate covers a domain");
-  command->footer(help);
+      addCommand(program, "match", "Which name of a certificate covers a domain", help);
   const auto options = std::make_shared<MatchOptions>();
-  command->add_option("DOMAIN", options->domain, "The server's name")->required()->type_name("");
-  command->add_option("FILE", options->file, "The certificate; - for stdin")->type_name("");
-  refuseEmpty(command->add_option("--names", options->names, "Names in place of a certificate's")
-                  ->type_name("NAME,..."));
-  command->add_flag("--json", options->json, "One JSON object on one line, for programs");
-  command->callback([options, chosen] { *chosen = [options] { return runMatch(*options); }; });
+  addOption(command, "DOMAIN", &options->domain, "The server's name").required();
+  addOption(command, "FILE", &options->file, "The certificate; - for stdin");
+  addOption(command, "--names", &options->names, "Names in place of a certificate's", "NAME,...")
+      .notEmpty();
+  addFlag(command, "--json", &options->json, "One JSON object on one line, for programs");
+  onCall(command, chosen, [options] { return runMatch(*options); });
 }

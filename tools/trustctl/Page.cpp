@@ -11,10 +11,10 @@
 #include <cstdio>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/PrintableText.h"
 #include "services/common/WrappedText.h"
+#include "tools/trustctl/Options.h"
 
 namespace {
 
@@ -23,8 +23,7 @@ constexpr std::size_t fewestColumns = 40;
 constexpr std::size_t mostColumns = 100;  // longer lines are hard to read
 constexpr std::size_t linesPerField = 3;
 
-enum class ColourChoice { automatic, always, never };
-ColourChoice chosenColours = ColourChoice::automatic;
+std::string chosenColours = "auto";
 
 bool isColourTerminal() {
   const char* refused = getenv("NO_COLOR");
@@ -95,19 +94,12 @@ std::vector<std::string> fieldLines(const std::string& escaped, std::size_t colu
 }
 
 void addColourOption(CLI::App* command) {
-  const auto set = [](const std::string& word) {
-    chosenColours = word == "always"  ? ColourChoice::always
-                    : word == "never" ? ColourChoice::never
-                                      : ColourChoice::automatic;
-  };
-  command->add_option_function<std::string>("--color", set, "Colour the text: auto, always, never")
-      ->type_name("WHEN")
-      ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
+  addOption(command, "--color", &chosenColours, "Colour the text: auto, always, never", "WHEN")
+      .oneOf({"auto", "always", "never"});
 }
 
 bool wantsColours() {
-  return chosenColours == ColourChoice::always ||
-         (chosenColours == ColourChoice::automatic && isColourTerminal());
+  return chosenColours == "always" || (chosenColours == "auto" && isColourTerminal());
 }
 
 std::string painted(Colour colour, const std::string& text, bool colours) {

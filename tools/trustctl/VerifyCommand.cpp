@@ -6,8 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "tools/trustctl/Command.h"
 #include "tools/trustctl/Judging.h"
 #include "tools/trustctl/Options.h"
@@ -95,25 +93,19 @@ ExitStatus runVerify(VerifyOptions* options) {
 }  // namespace
 
 void addVerifyCommand(CLI::App* program, CommandAction* chosen) {
-  CLI::App* command = program->add_subcommand("verify", "Judge a certificate chain from files");
-  command->footer(help);
+  CLI::App* command = addCommand(program, "verify", "Judge a certificate chain from files", help);
   const auto options = std::make_shared<VerifyOptions>();
-  command->add_option("-d,--domain", options->domain, "The server's name that you asked for")
-      ->type_name("NAME");
+  addOption(command, "-d,--domain", &options->domain, "The server's name that you asked for",
+            "NAME");
   addJudgingOptions(command, &options->judging);
   addAskingOptions(command, &options->judging);
-  refuseEmpty(command
-                  ->add_option("--from", options->list,
-                               "Judge many: lines of a domain, a tab and a file; - for stdin")
-                  ->type_name("LIST"));
-  command->add_option("--jobs", options->jobs, "Judge so many at a time (one a processor)")
-      ->type_name("COUNT")
-      ->check(CLI::Range(1, mostJobs).description(""));
-  command
-      ->add_option("FILE", options->files,
-                   "Certificates of one chain, the server's own first; - for stdin. With a "
-                   "directory among them each file is a chain of its own")
-      ->type_name("");
-  command->callback(
-      [options, chosen] { *chosen = [options] { return runVerify(options.get()); }; });
+  addOption(command, "--from", &options->list,
+            "Judge many: lines of a domain, a tab and a file; - for stdin", "LIST")
+      .notEmpty();
+  addOption(command, "--jobs", &options->jobs, "Judge so many at a time (one a processor)", "COUNT")
+      .between(1, mostJobs);
+  addOption(command, "FILE", &options->files,
+            "Certificates of one chain, the server's own first; - for stdin. With a "
+            "directory among them each file is a chain of its own");
+  onCall(command, chosen, [options] { return runVerify(options.get()); });
 }

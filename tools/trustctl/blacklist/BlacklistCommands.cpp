@@ -6,7 +6,6 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/PrintableText.h"
 #include "services/common/TextWriter.h"
@@ -184,34 +183,31 @@ ExitStatus runList(bool json) {
 }
 
 void addCheckCommand(CLI::App* group, CommandAction* chosen) {
-  CLI::App* command = group->add_subcommand("check", "Look serial numbers or certificates up");
-  command->footer(checkHelp);
+  CLI::App* command =
+      addCommand(group, "check", "Look serial numbers or certificates up", checkHelp);
   const auto options = std::make_shared<CheckOptions>();
-  refuseEmpty(command
-                  ->add_option("SERIAL|FILE", options->words,
-                               "Serial numbers, or files of certificates; - for stdin")
-                  ->type_name(""));
-  refuseEmpty(command->add_option("--file", options->files, "A file, whatever its name; repeatable")
-                  ->type_name("FILE")
-                  ->allow_extra_args(false));
-  command->add_flag("--json", options->json, "One JSON object a line, for programs");
-  command->callback([options, chosen] { *chosen = [options] { return runCheck(*options); }; });
+  addOption(command, "SERIAL|FILE", &options->words,
+            "Serial numbers, or files of certificates; - for stdin")
+      .notEmpty();
+  addOption(command, "--file", &options->files, "A file, whatever its name; repeatable", "FILE")
+      .notEmpty()
+      .oneValueEach();
+  addFlag(command, "--json", &options->json, "One JSON object a line, for programs");
+  onCall(command, chosen, [options] { return runCheck(*options); });
 }
 
 void addListCommand(CLI::App* group, CommandAction* chosen) {
-  CLI::App* command = group->add_subcommand("list", "All entries, with the incident of each");
-  command->footer(listHelp);
+  CLI::App* command = addCommand(group, "list", "All entries, with the incident of each", listHelp);
   const auto json = std::make_shared<bool>(false);
-  command->add_flag("--json", *json, "One JSON object a line, for programs");
-  command->callback([json, chosen] { *chosen = [json] { return runList(*json); }; });
+  addFlag(command, "--json", json.get(), "One JSON object a line, for programs");
+  onCall(command, chosen, [json] { return runList(*json); });
 }
 
 }  // namespace
 
 void addBlacklistCommands(CLI::App* program, CommandAction* chosen) {
   CLI::App* group =
-      program->add_subcommand("blacklist", "The serial numbers that are never trusted");
-  group->footer(groupHelp);
+      addCommand(program, "blacklist", "The serial numbers that are never trusted", groupHelp);
   addCheckCommand(group, chosen);
   addListCommand(group, chosen);
 }

@@ -4,7 +4,6 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/CertificateNames.h"
 #include "services/common/CertificateView.h"
@@ -139,48 +138,34 @@ void addConnectionOptions(CLI::App* command, ConnectOptions* options) {
   for (const StartTlsProtocol& protocol : startTlsProtocols()) {
     protocols.emplace_back(protocol.name);
   }
-  command
-      ->add_option("-d,--domain", options->domain,
-                   "The server's name to ask for and to judge by, in place of HOST")
-      ->type_name("NAME");
-  command
-      ->add_option("--starttls", options->startTls,
-                   "Begin in the clear: smtp, imap, pop3, ftp, ldap, xmpp or postgres")
-      ->type_name("PROTOCOL")
-      ->check(CLI::IsMember(protocols).description(""));
-  command
-      ->add_option("--alpn", options->alpn,
-                   "Propose this application protocol; repeatable, best first")
-      ->type_name("NAME")
-      ->allow_extra_args(false);
-  command
-      ->add_option("--connect-timeout", options->connectSeconds,
-                   "Wait so long for the server (as --timeout)")
-      ->type_name("SECONDS")
-      ->check(CLI::Range(1, longestTimeoutSeconds).description(""));
-  refuseEmpty(command
-                  ->add_option("--save", options->save,
-                               "Write what the server sent into this new file, as PEM")
-                  ->type_name("FILE"));
+  addOption(command, "-d,--domain", &options->domain,
+            "The server's name to ask for and to judge by, in place of HOST", "NAME");
+  addOption(command, "--starttls", &options->startTls,
+            "Begin in the clear: smtp, imap, pop3, ftp, ldap, xmpp or postgres", "PROTOCOL")
+      .oneOf(protocols);
+  addOption(command, "--alpn", &options->alpn,
+            "Propose this application protocol; repeatable, best first", "NAME")
+      .oneValueEach();
+  addOption(command, "--connect-timeout", &options->connectSeconds,
+            "Wait so long for the server (as --timeout)", "SECONDS")
+      .between(1, longestTimeoutSeconds);
+  addOption(command, "--save", &options->save,
+            "Write what the server sent into this new file, as PEM", "FILE")
+      .notEmpty();
 }
 
 }  // namespace
 
 void addConnectCommand(CLI::App* program, CommandAction* chosen) {
   CLI::App* command =
-      program->add_subcommand("connect", "Judge the certificate chain that a server sends");
-  command->footer(help);
+      addCommand(program, "connect", "Judge the certificate chain that a server sends", help);
   const auto options = std::make_shared<ConnectOptions>();
   addConnectionOptions(command, options.get());
-  addJudgingOptions(command, &options->judging);
+  addJudgingOptions(command, &options->judging,
+                    "Wait so long for the server, and for the services (30)");
   addAskingOptions(command, &options->judging);
-  command->get_option("--timeout")
-      ->description("Wait so long for the server, and for the services (30)");
-  command
-      ->add_option("HOST", options->target,
-                   "The server: a name or an address, with :PORT or without")
-      ->required()
-      ->type_name("");
-  command->callback(
-      [options, chosen] { *chosen = [options] { return runConnect(options.get()); }; });
+  addOption(command, "HOST", &options->target,
+            "The server: a name or an address, with :PORT or without")
+      .required();
+  onCall(command, chosen, [options] { return runConnect(options.get()); });
 }

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/CertificateView.h"
 #include "services/common/PrintableText.h"
@@ -187,31 +186,27 @@ ExitStatus runAdd(const AddOptions& options) {
 }  // namespace
 
 void addAddCommand(CLI::App* group, CommandAction* chosen) {
-  CLI::App* command = group->add_subcommand("add", "Store a decision without a question");
-  command->footer(help);
+  CLI::App* command = addCommand(group, "add", "Store a decision without a question", help);
   const auto options = std::make_shared<AddOptions>();
-  command->add_option("-d,--domain", options->domain, "The server's name, byte for byte")
-      ->type_name("NAME");
-  command->add_flag("--no-domain", options->noDomain, "For verdicts that no domain was given for");
-  refuseEmpty(command->add_option("--warnings", options->warnings, "The warnings to accept")
-                  ->required()
-                  ->type_name("WARNING,..."));
-  refuseEmpty(command->add_option("--sha256", options->sha256, "Of the server's own certificate")
-                  ->required()
-                  ->type_name("HEX"));
-  command->add_flag("--even-revoked", options->evenRevoked, "Allow REVOKED among the warnings");
-  CLI::Option* expires =
-      refuseEmpty(command->add_option("--expires", options->expires, "Note when it is to go")
-                      ->type_name("TIME"));
-  refuseEmpty(
-      command->add_option("--for", options->lifetime, "The same as a span: 12h, 90d, 2w, 1y")
-          ->type_name("SPAN"))
-      ->excludes(expires);
-  refuseEmpty(command->add_option("--reason", options->reason, "Note why")->type_name("TEXT"));
+  addOption(command, "-d,--domain", &options->domain, "The server's name, byte for byte", "NAME");
+  addFlag(command, "--no-domain", &options->noDomain, "For verdicts that no domain was given for");
+  addOption(command, "--warnings", &options->warnings, "The warnings to accept", "WARNING,...")
+      .required()
+      .notEmpty();
+  addOption(command, "--sha256", &options->sha256, "Of the server's own certificate", "HEX")
+      .required()
+      .notEmpty();
+  addFlag(command, "--even-revoked", &options->evenRevoked, "Allow REVOKED among the warnings");
+  Option expires =
+      addOption(command, "--expires", &options->expires, "Note when it is to go", "TIME")
+          .notEmpty();
+  addOption(command, "--for", &options->lifetime, "The same as a span: 12h, 90d, 2w, 1y", "SPAN")
+      .notEmpty()
+      .excludes(expires);
+  addOption(command, "--reason", &options->reason, "Note why", "TEXT").notEmpty();
   addStoreOption(command, &options->store);
-  command->add_flag("--json", options->json, "One JSON object on one line, for programs");
-  command->add_option("FILE", options->files, "The chain, the server's own first; - for stdin")
-      ->required()
-      ->type_name("");
-  command->callback([options, chosen] { *chosen = [options] { return runAdd(*options); }; });
+  addFlag(command, "--json", &options->json, "One JSON object on one line, for programs");
+  addOption(command, "FILE", &options->files, "The chain, the server's own first; - for stdin")
+      .required();
+  onCall(command, chosen, [options] { return runAdd(*options); });
 }

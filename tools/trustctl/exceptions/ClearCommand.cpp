@@ -7,13 +7,13 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/PrintableText.h"
+#include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"
+#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/exceptions/Confirmation.h"
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
-#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/exceptions/RecordText.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 #include "tools/trustctl/exceptions/StoreWriter.h"
@@ -98,10 +98,9 @@ ExitStatus runClear(const ClearOptions& options) {
 }  // namespace
 
 void addClearCommand(CLI::App* group, CommandAction* chosen) {
-  CLI::App* command = group->add_subcommand("clear", "Remove all stored decisions");
-  command->footer(help);
+  CLI::App* command = addCommand(group, "clear", "Remove all stored decisions", help);
   const auto options = std::make_shared<ClearOptions>();
   addConfirmation(command, &options->confirmation);
   addStoreOption(command, &options->store);
-  command->callback([options, chosen] { *chosen = [options] { return runClear(*options); }; });
+  onCall(command, chosen, [options] { return runClear(*options); });
 }

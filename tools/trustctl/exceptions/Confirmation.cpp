@@ -58,5 +58,5 @@ bool Confirmation::isGranted(const std::string& question) const {
 }
 
 void addConfirmation(CLI::App* command, Confirmation* confirmation) {
-  command->add_flag("-y,--yes", confirmation->given, "Do not ask first");
+  addFlag(command, "-y,--yes", &confirmation->given, "Do not ask first");
 }

@@ -11,8 +11,8 @@
 #include <fmt/format.h>
 
 #include "services/common/PrintableText.h"
-#include "tools/trustctl/exceptions/EntryCheck.h"
 #include "tools/trustctl/Progress.h"
+#include "tools/trustctl/exceptions/EntryCheck.h"
 #include "tools/trustctl/exceptions/RecordName.h"
 
 namespace {

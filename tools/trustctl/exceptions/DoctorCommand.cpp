@@ -7,11 +7,11 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/PrintableText.h"
 #include "services/common/TextWriter.h"
 #include "services/common/TimeText.h"
+#include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"
 #include "tools/trustctl/VerdictReport.h"
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
@@ -153,11 +153,10 @@ ExitStatus runDoctor(const DoctorOptions& options) {
 }  // namespace
 
 void addDoctorCommand(CLI::App* group, CommandAction* chosen) {
-  CLI::App* command = group->add_subcommand("doctor", "Look for what is wrong in a store");
-  command->footer(help);
+  CLI::App* command = addCommand(group, "doctor", "Look for what is wrong in a store", help);
   const auto options = std::make_shared<DoctorOptions>();
-  command->add_flag("--repair", options->repair, "Put right what can be, without deleting");
-  command->add_flag("--json", options->json, "One JSON object for each finding, for programs");
+  addFlag(command, "--repair", &options->repair, "Put right what can be, without deleting");
+  addFlag(command, "--json", &options->json, "One JSON object for each finding, for programs");
   addStoreOption(command, &options->store);
-  command->callback([options, chosen] { *chosen = [options] { return runDoctor(*options); }; });
+  onCall(command, chosen, [options] { return runDoctor(*options); });
 }

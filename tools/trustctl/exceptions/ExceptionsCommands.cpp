@@ -1,7 +1,6 @@
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
 
-#include <CLI/CLI.hpp>
-
+#include "tools/trustctl/Options.h"
 #include "tools/trustctl/exceptions/ExchangeCommands.h"
 
 namespace {
@@ -18,8 +17,7 @@ constexpr const char* help =
 }  // namespace
 
 void addExceptionsCommands(CLI::App* program, CommandAction* chosen) {
-  CLI::App* group = program->add_subcommand("exceptions", "Look after the decisions you stored");
-  group->footer(help);
+  CLI::App* group = addCommand(program, "exceptions", "Look after the decisions you stored", help);
   addListCommand(group, chosen);
   addShowCommand(group, chosen);
   addRemoveCommand(group, chosen);

@@ -9,17 +9,16 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"
+#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/exceptions/DocumentWriter.h"
 #include "tools/trustctl/exceptions/DomainPattern.h"
 #include "tools/trustctl/exceptions/ExceptionStore.h"
 #include "tools/trustctl/exceptions/ExchangeCommands.h"
 #include "tools/trustctl/exceptions/NewFile.h"
-#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 
 namespace {
@@ -142,14 +141,11 @@ ExitStatus runExport(const ExportOptions& options) {
 }  // namespace
 
 void addExportCommand(CLI::App* group, CommandAction* chosen) {
-  CLI::App* command = group->add_subcommand("export", "Write decisions into one JSON document");
-  command->footer(help);
+  CLI::App* command = addCommand(group, "export", "Write decisions into one JSON document", help);
   const auto options = std::make_shared<ExportOptions>();
-  refuseEmpty(command->add_option("--domain", options->pattern, "Only those of such domains")
-                  ->type_name("PATTERN"));
+  addOption(command, "--domain", &options->pattern, "Only those of such domains", "PATTERN")
+      .notEmpty();
   addStoreOption(command, &options->store);
-  refuseEmpty(command->add_option("FILE", options->file, "A new file; - for stdout")
-                  ->required()
-                  ->type_name(""));
-  command->callback([options, chosen] { *chosen = [options] { return runExport(*options); }; });
+  addOption(command, "FILE", &options->file, "A new file; - for stdout").required().notEmpty();
+  onCall(command, chosen, [options] { return runExport(*options); });
 }

@@ -5,14 +5,13 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"
+#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/exceptions/DocumentReader.h"
 #include "tools/trustctl/exceptions/ExchangeCommands.h"
-#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/exceptions/RecordText.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 #include "tools/trustctl/exceptions/StoreWriter.h"
@@ -168,14 +167,11 @@ ExitStatus runImport(const ImportOptions& options) {
 }  // namespace
 
 void addImportCommand(CLI::App* group, CommandAction* chosen) {
-  CLI::App* command = group->add_subcommand("import", "Store the decisions of a JSON document");
-  command->footer(help);
+  CLI::App* command = addCommand(group, "import", "Store the decisions of a JSON document", help);
   const auto options = std::make_shared<ImportOptions>();
-  command->add_flag("--dry-run", options->dryRun, "Only tell what would be stored");
-  command->add_flag("--even-revoked", options->evenRevoked, "Allow decisions that accept REVOKED");
+  addFlag(command, "--dry-run", &options->dryRun, "Only tell what would be stored");
+  addFlag(command, "--even-revoked", &options->evenRevoked, "Allow decisions that accept REVOKED");
   addStoreOption(command, &options->store);
-  refuseEmpty(command->add_option("FILE", options->file, "The document; - for stdin")
-                  ->required()
-                  ->type_name(""));
-  command->callback([options, chosen] { *chosen = [options] { return runImport(*options); }; });
+  addOption(command, "FILE", &options->file, "The document; - for stdin").required().notEmpty();
+  onCall(command, chosen, [options] { return runImport(*options); });
 }

@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "tools/trustctl/CommandError.h"
+#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/Suggestion.h"
 #include "tools/trustctl/exceptions/DomainPattern.h"
-#include "tools/trustctl/Progress.h"
 
 namespace {
 

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/PrintableText.h"
 #include "services/common/TimeText.h"
@@ -159,12 +158,11 @@ ExitStatus runList(const ListOptions& options) {
 }  // namespace
 
 void addListCommand(CLI::App* group, CommandAction* chosen) {
-  CLI::App* command = group->add_subcommand("list", "List the stored decisions");
-  command->footer(help);
+  CLI::App* command = addCommand(group, "list", "List the stored decisions", help);
   const auto options = std::make_shared<ListOptions>();
-  refuseEmpty(command->add_option("-d,--domain", options->domain, "Only for domains like this")
-                  ->type_name("PATTERN"));
-  command->add_flag("--json", options->json, "One JSON object a line, for programs");
+  addOption(command, "-d,--domain", &options->domain, "Only for domains like this", "PATTERN")
+      .notEmpty();
+  addFlag(command, "--json", &options->json, "One JSON object a line, for programs");
   addStoreOption(command, &options->store);
-  command->callback([options, chosen] { *chosen = [options] { return runList(*options); }; });
+  onCall(command, chosen, [options] { return runList(*options); });
 }

@@ -7,15 +7,14 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/PrintableText.h"
 #include "services/common/TimeText.h"
 #include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"
+#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/exceptions/Age.h"
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
-#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/exceptions/RecordText.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 #include "tools/trustctl/exceptions/StoreWriter.h"
@@ -120,13 +119,12 @@ ExitStatus runPrune(const PruneOptions& options) {
 }  // namespace
 
 void addPruneCommand(CLI::App* group, CommandAction* chosen) {
-  CLI::App* command = group->add_subcommand("prune", "Remove decisions that are old or expired");
-  command->footer(help);
+  CLI::App* command = addCommand(group, "prune", "Remove decisions that are old or expired", help);
   const auto options = std::make_shared<PruneOptions>();
-  refuseEmpty(command->add_option("--older-than", options->olderThan, "Those of more than that age")
-                  ->type_name("AGE"));
-  command->add_flag("--expired", options->expired, "Those whose \"expires\" has come");
-  command->add_flag("-n,--dry-run", options->dryRun, "Only say what would be removed");
+  addOption(command, "--older-than", &options->olderThan, "Those of more than that age", "AGE")
+      .notEmpty();
+  addFlag(command, "--expired", &options->expired, "Those whose \"expires\" has come");
+  addFlag(command, "-n,--dry-run", &options->dryRun, "Only say what would be removed");
   addStoreOption(command, &options->store);
-  command->callback([options, chosen] { *chosen = [options] { return runPrune(*options); }; });
+  onCall(command, chosen, [options] { return runPrune(*options); });
 }

@@ -10,9 +10,9 @@
 
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/Options.h"
+#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/Suggestion.h"
 #include "tools/trustctl/exceptions/DomainPattern.h"
-#include "tools/trustctl/Progress.h"
 #include "tools/trustctl/exceptions/RecordName.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
+#include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"
 #include "tools/trustctl/exceptions/Confirmation.h"
 #include "tools/trustctl/exceptions/DecisionRemoval.h"
@@ -63,11 +63,10 @@ ExitStatus runRemove(const RemoveOptions& options) {
 }  // namespace
 
 void addRemoveCommand(CLI::App* group, CommandAction* chosen) {
-  CLI::App* command = group->add_subcommand("remove", "Remove stored decisions");
-  command->footer(help);
+  CLI::App* command = addCommand(group, "remove", "Remove stored decisions", help);
   const auto options = std::make_shared<RemoveOptions>();
-  command->add_option("ID", options->ids, "Which decisions; see below")->required()->type_name("");
+  addOption(command, "ID", &options->ids, "Which decisions; see below").required();
   addConfirmation(command, &options->confirmation);
   addStoreOption(command, &options->store);
-  command->callback([options, chosen] { *chosen = [options] { return runRemove(*options); }; });
+  onCall(command, chosen, [options] { return runRemove(*options); });
 }

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/PrintableText.h"
 #include "services/common/TimeText.h"
@@ -137,11 +136,10 @@ ExitStatus runShow(const ShowOptions& options) {
 }  // namespace
 
 void addShowCommand(CLI::App* group, CommandAction* chosen) {
-  CLI::App* command = group->add_subcommand("show", "Show one stored decision in full");
-  command->footer(help);
+  CLI::App* command = addCommand(group, "show", "Show one stored decision in full", help);
   const auto options = std::make_shared<ShowOptions>();
-  command->add_option("ID", options->id, "Which decision; see below")->required()->type_name("");
-  command->add_flag("--json", options->json, "One JSON object on one line, for programs");
+  addOption(command, "ID", &options->id, "Which decision; see below").required();
+  addFlag(command, "--json", &options->json, "One JSON object on one line, for programs");
   addStoreOption(command, &options->store);
-  command->callback([options, chosen] { *chosen = [options] { return runShow(*options); }; });
+  onCall(command, chosen, [options] { return runShow(*options); });
 }

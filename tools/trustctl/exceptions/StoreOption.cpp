@@ -10,6 +10,6 @@ std::string StoreOption::directory() const {
 }
 
 void addStoreOption(CLI::App* command, StoreOption* option) {
-  refuseEmpty(command->add_option("--store", option->given, "The store (~/vallorin/certexcept)")
-                  ->type_name("DIR"));
+  addOption(command, "--store", &option->given, "The store (~/vallorin/certexcept)", "DIR")
+      .notEmpty();
 }

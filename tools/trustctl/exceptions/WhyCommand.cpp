@@ -4,7 +4,6 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/PrintableText.h"
 #include "services/common/TextWriter.h"
@@ -152,22 +151,16 @@ ExitStatus runWhy(WhyOptions* options) {
 }  // namespace
 
 void addWhyCommand(CLI::App* group, CommandAction* chosen) {
-  CLI::App* command = group->add_subcommand("why", "Why you are asked in spite of a decision");
-  command->footer(help);
+  CLI::App* command = addCommand(group, "why", "Why you are asked in spite of a decision", help);
   const auto options = std::make_shared<WhyOptions>();
-  command->add_option("DOMAIN", options->domain, "The server's name that you asked for")
-      ->required()
-      ->type_name("");
+  addOption(command, "DOMAIN", &options->domain, "The server's name that you asked for").required();
   addJudgingOptions(command, &options->judging);
-  command->add_option("FILE", options->files, "The server's chain, its own first; - for stdin")
-      ->type_name("");
-  CLI::Option* connect = command
-                             ->add_option("--connect", options->server,
-                                          "Take the chain from the server, in place of FILE")
-                             ->type_name("[HOST[:PORT]]")
-                             ->expected(0, 1);
-  command->callback([options, connect, chosen] {
-    options->connects = connect->count() > 0;
-    *chosen = [options] { return runWhy(options.get()); };
+  addOption(command, "FILE", &options->files, "The server's chain, its own first; - for stdin");
+  Option connect = addOption(command, "--connect", &options->server,
+                             "Take the chain from the server, in place of FILE", "[HOST[:PORT]]")
+                       .mayLackValue();
+  onCall(command, chosen, [options, connect] {
+    options->connects = connect.wasGiven();
+    return runWhy(options.get());
   });
 }

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include "services/common/PrintableText.h"
 #include "services/common/TextWriter.h"
@@ -250,14 +249,13 @@ ExitStatus runStatus(const StatusOptions& options) {
 }  // namespace
 
 void addServicesCommands(CLI::App* program, CommandAction* chosen) {
-  CLI::App* group = program->add_subcommand("services", "The services that judge and ask");
-  group->footer(groupHelp);
-  CLI::App* command = group->add_subcommand("status", "What runs, where, and how fast it answers");
-  command->footer(statusHelp);
+  CLI::App* group = addCommand(program, "services", "The services that judge and ask", groupHelp);
+  CLI::App* command =
+      addCommand(group, "status", "What runs, where, and how fast it answers", statusHelp);
   const auto options = std::make_shared<StatusOptions>();
-  command->add_option("--timeout", options->timeoutSeconds, "Wait so long for each answer (2)")
-      ->type_name("SECONDS")
-      ->check(CLI::Range(1, 60).description(""));
-  command->add_flag("--json", options->json, "One JSON object a line, for programs");
-  command->callback([options, chosen] { *chosen = [options] { return runStatus(*options); }; });
+  addOption(command, "--timeout", &options->timeoutSeconds, "Wait so long for each answer (2)",
+            "SECONDS")
+      .between(1, 60);
+  addFlag(command, "--json", &options->json, "One JSON object a line, for programs");
+  onCall(command, chosen, [options] { return runStatus(*options); });
 }
