@@ -30,7 +30,7 @@ struct DecisionAnswer {
 DecisionAnswer explainDecision(const ExceptionStore& store, const ExceptionRecord& now,
                                bool isTrusted);
 
-// The answer for people and for programs; see docs/exceptions-exchange.md.
+// The answer for people and for programs; see docs/exceptions.md.
 std::string answerText(const DecisionAnswer& answer);
 std::string answerJson(const DecisionAnswer& answer);
 
