@@ -73,6 +73,28 @@ TEST_F(ExceptionsDoctor, OfAStoreThatIsNotThereIsContentAndMakesNone) {
   EXPECT_FALSE(fs::exists(store_));
 }
 
+TEST_F(ExceptionsDoctor, LeavesAFileInPlaceOfTheStoreAsItIs) {
+  std::ofstream(store_) << "mine";
+  fs::permissions(store_, fs::perms(0600));
+  EXPECT_EQ(3, exceptions({"doctor"}).status);
+  const ProgramRun result = exceptions({"doctor", "--repair"});
+  EXPECT_EQ(3, result.status);
+  EXPECT_TRUE(isComplaint(result.err, "give the store's directory with --store"));
+  EXPECT_EQ(fs::perms(0600), fs::status(store_).permissions());
+}
+
+TEST_F(ExceptionsDoctor, DoesNotTakeAPathThatCannotBeForAStoreThatIsNotThere) {
+  std::ofstream(directory_.path("file")) << "mine";
+  store_ = directory_.path("file/store");
+  EXPECT_EQ(3, exceptions({"doctor"}).status);
+}
+
+TEST_F(ExceptionsDoctor, OfALinkThatLeadsNowhereSaysSo) {
+  fs::create_symlink("nowhere", store_);
+  EXPECT_TRUE(isComplaint(exceptions({"doctor"}).err, "a link that leads nowhere"));
+  EXPECT_EQ(3, exceptions({"list"}).status);
+}
+
 TEST_F(ExceptionsDoctor, SetsAsideWhatCannotBeRead) {
   std::vector<ExceptionRecord> family = recordsOfOneHash(2);
   const std::string broken = place(family[0]);

@@ -1,9 +1,10 @@
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <memory>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fmt/format.h>
@@ -44,11 +45,6 @@ using Report = std::vector<RepairStep>;
 
 bool isSolved(const RepairStep& step) {
   return step.repaired || isNote(step.finding);
-}
-
-bool exists(const std::string& path) {
-  struct stat status {};
-  return lstat(path.c_str(), &status) == 0;
 }
 
 std::string stepText(const RepairStep& step, const std::string& directory) {
@@ -96,14 +92,16 @@ void printReport(const Report& report, const ExceptionStore& store, bool json) {
   }
 }
 
+// But for those that the report has already.
 void addFindings(const std::vector<Finding>& findings, Report* report) {
+  std::set<std::pair<std::string, Problem>> known;
+  for (const RepairStep& step : *report) {
+    if (!step.repaired) {
+      known.insert({step.finding.entry, step.finding.problem});
+    }
+  }
   for (const Finding& finding : findings) {
-    const bool isKnown =
-        std::any_of(report->begin(), report->end(), [&finding](const RepairStep& step) {
-          return !step.repaired && step.finding.entry == finding.entry &&
-                 step.finding.problem == finding.problem;
-        });
-    if (!isKnown) {
+    if (known.insert({finding.entry, finding.problem}).second) {
       report->push_back({finding, false, {}});
     }
   }
@@ -137,7 +135,7 @@ Report repair(const ExceptionStore& store) {
 ExitStatus runDoctor(const DoctorOptions& options) {
   return withJsonErrors(options.json, [&options] {
     const ExceptionStore store(options.store.directory());
-    if (!exists(store.directory())) {
+    if (!store.exists()) {
       if (!options.json) {
         print(fmt::format("there is no store {} yet\n", printableText(store.directory(), 300)));
       }

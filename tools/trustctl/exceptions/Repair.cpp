@@ -28,6 +28,11 @@ std::string modeText(mode_t mode) {
   return fmt::format("{:04o}", mode & 07777U);
 }
 
+// By which the mode of what was opened with O_PATH can be changed.
+std::string descriptorPath(const FileDescriptor& file) {
+  return fmt::format("/proc/self/fd/{}", file.get());
+}
+
 bool isRename(Problem problem) {
   return problem == Problem::wrongHash || problem == Problem::wrongName;
 }
@@ -36,11 +41,13 @@ bool isRename(Problem problem) {
 
 RepairStep repairDirectory(const std::string& directory, const Finding& finding) {
   struct stat status {};
-  if (finding.problem != Problem::directoryMode || stat(directory.c_str(), &status) == -1) {
+  // O_PATH opens what may not be read.
+  const FileDescriptor opened(open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (finding.problem != Problem::directoryMode || fstat(opened.get(), &status) == -1) {
     return {finding, false, "nothing can be done here; give the directory to its user, as root"};
   }
   const mode_t mode = (status.st_mode & 07777U & ~othersWrite) | S_IRWXU;
-  if (chmod(directory.c_str(), mode) == -1) {
+  if (chmod(descriptorPath(opened).c_str(), mode) == -1) {
     return {finding, false, std::generic_category().message(errno) + "; run as its owner"};
   }
   return {finding, true,
@@ -134,7 +141,6 @@ std::string Repair::rename(const std::string& entry) {
 std::string Repair::restrictMode(const std::string& entry) const {
   const std::string path = store_.pathOf(entry);
   struct stat status {};
-  // O_PATH opens what may not be read; the mode is then changed by way of the descriptor.
   const FileDescriptor file(open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
   if (file.get() == -1 || fstat(file.get(), &status) == -1) {
     failBecause(errno);
@@ -143,7 +149,7 @@ std::string Repair::restrictMode(const std::string& entry) const {
     throw std::runtime_error("it is no plain file any more; run it again");
   }
   const mode_t mode = (status.st_mode & 07777U & ~othersWrite) | S_IRUSR;
-  if (chmod(fmt::format("/proc/self/fd/{}", file.get()).c_str(), mode) == -1) {
+  if (chmod(descriptorPath(file).c_str(), mode) == -1) {
     failBecause(errno);
   }
   return fmt::format(

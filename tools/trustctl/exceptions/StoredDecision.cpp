@@ -1,8 +1,6 @@
 #include "tools/trustctl/exceptions/StoredDecision.h"
 
-#include <filesystem>
 #include <stdexcept>
-#include <system_error>
 
 #include <fmt/format.h>
 
@@ -30,9 +28,7 @@ std::optional<StoredRecord> findStored(const ExceptionStore& store, const Except
   RecordName name{hashOf(record), 0};
   for (; name.number < numbersPerHash; ++name.number) {
     const std::string fileName = fileNameOf(name);
-    std::error_code ignored;
-    if (!std::filesystem::exists(
-            std::filesystem::symlink_status(store.pathOf(fileName), ignored))) {
+    if (!store.has(fileName)) {
       break;
     }
     ExceptionRecord stored = readOnTheWay(store, fileName);
