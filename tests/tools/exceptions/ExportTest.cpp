@@ -1,12 +1,16 @@
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/tools/exceptions/ExchangeFixture.h"
+#include "tools/trustctl/exceptions/NewFile.h"
 #include "tools/trustctl/exceptions/RecordText.h"
 
 namespace {
@@ -82,6 +86,16 @@ TEST_F(ExceptionsExport, NeverWritesOverAFile) {
   EXPECT_EQ("mine", readFile(file_));
 }
 
+TEST_F(ExceptionsExport, IsNotStoppedByWhatAKilledRunOfItsNumberLeft) {
+  const std::string left = directory_.path(".new.json." + std::to_string(getpid()) + ".new");
+  std::ofstream(left) << "half";
+  NewFile file(directory_.path("new.json"));
+  file.write("whole");
+  file.finish();
+  EXPECT_EQ("whole", readFile(directory_.path("new.json")));
+  EXPECT_EQ("half", readFile(left));
+}
+
 TEST_F(ExceptionsExport, TellsADirectoryThatIsNotThere) {
   const ProgramRun result = exceptions({"export", directory_.path("none/decisions.json")});
   EXPECT_EQ(2, result.status);
@@ -96,6 +110,29 @@ TEST_F(ExceptionsExport, WritesTheRestWhereARecordCannotBeRead) {
   EXPECT_THAT(result.err, HasSubstr("'cx_broken.json' is left out"));
   EXPECT_THAT(result.err, HasSubstr("1 record could not be exported, all others were"));
   EXPECT_EQ(documentOf({plainRecord("a.test")}), readFile(file_));
+}
+
+TEST_F(ExceptionsExport, LeavesOutWhatNoDocumentCanHold) {
+  place(plainRecord("a.test"));
+  place(plainRecord("b\xff"));
+  const ProgramRun result = exceptions({"export", file_});
+  EXPECT_EQ(3, result.status);
+  EXPECT_THAT(result.err, HasSubstr("its domain is no valid UTF-8"));
+  EXPECT_EQ(documentOf({plainRecord("a.test")}), readFile(file_));
+}
+
+TEST_F(ExceptionsExport, TakesDecisionsThatGoMeanwhileForNoFailure) {
+  std::vector<std::string> names;
+  for (int i = 0; i < 500; ++i) {
+    names.push_back(place(plainRecord(std::to_string(i))));
+  }
+  const pid_t child = start(commandLine({"export", "-"}));
+  for (const std::string& name : names) {
+    std::filesystem::remove(store_ + "/" + name);
+  }
+  const ProgramRun result = finish(child);
+  EXPECT_EQ(0, result.status);
+  EXPECT_EQ("", result.err);
 }
 
 TEST_F(ExceptionsExport, ReadsBackAsItWas) {

@@ -80,6 +80,10 @@ std::optional<std::int64_t> expiryOf(const AddOptions& options, std::int64_t now
       refuse(fmt::format("'{}' is not a span of time; give --for as 12h, 90d, 2w or 1y",
                          printableText(*options.lifetime)));
     }
+    if (momentText(now + *span).empty()) {
+      refuse(fmt::format("--for {} ends after the year 9999; give a shorter span",
+                         printableText(*options.lifetime)));
+    }
     return now + *span;
   }
   if (!options.expires) {
@@ -135,6 +139,9 @@ ExceptionRecord makeRecord(const AddOptions& options) {
   record.reason = options.reason;
   if (record.reason && record.reason->size() > longestReason) {
     refuse(fmt::format("--reason is longer than {} bytes; shorten it", longestReason));
+  }
+  if (record.reason && !isValidUtf8(*record.reason)) {
+    refuse("--reason is not valid UTF-8; give it in that encoding");
   }
   record.chain = readCertificates(options.files);
   return record;

@@ -55,6 +55,13 @@ std::string inAscii(const std::string& json) {
   return out;
 }
 
+void requireUtf8(const char* what, const std::optional<std::string>& text) {
+  if (text && !isValidUtf8(*text)) {
+    throw std::runtime_error(
+        fmt::format("its {} is no valid UTF-8, which no JSON document can hold", what));
+  }
+}
+
 void addTime(const char* name, const std::optional<std::int64_t>& moment, TextWriter* object) {
   if (moment) {
     object->add(name, momentText(moment));
@@ -64,6 +71,8 @@ void addTime(const char* name, const std::optional<std::int64_t>& moment, TextWr
 }  // namespace
 
 std::string documentLine(const ExceptionRecord& record, bool isFirst) {
+  requireUtf8("domain", record.domain);
+  requireUtf8("reason", record.reason);
   TextWriter object(TextWriter::Form::json);
   if (record.domain) {
     object.add("domain", *record.domain);

@@ -26,7 +26,8 @@ ExceptionRecord parseRecord(const std::string& bytes);
 
 // The bytes of a file for the record: what the library would write, with the notes as further
 // members. Throws std::runtime_error when it cannot be written: an empty chain, an empty
-// certificate, a text with a NUL or invalid UTF-8 in it, a time outside the years 0 to 9999.
+// certificate, a text with a NUL in it, a time outside the years 0 to 9999. Other bytes that are
+// no UTF-8 are written as they are, as the library does.
 std::string writeRecord(const ExceptionRecord& record);
 
 // The hash that names the record's file: 40 lower-case hexadecimal digits.

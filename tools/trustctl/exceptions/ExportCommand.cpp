@@ -92,7 +92,9 @@ std::vector<Entry> sortedEntries(const ExceptionStore& store, const ExportOption
     } catch (const CommandError&) {
       throw;
     } catch (const std::runtime_error& error) {
-      failures->tell(name, error.what());
+      if (store.has(name)) {
+        failures->tell(name, error.what());
+      }
     }
   }
   std::sort(entries.begin(), entries.end(), comesBefore);
@@ -113,7 +115,9 @@ std::size_t writeDocument(const ExceptionStore& store, const std::vector<Entry>&
     } catch (const CommandError&) {
       throw;
     } catch (const std::runtime_error& error) {
-      failures->tell(entry.fileName, error.what());
+      if (store.has(entry.fileName)) {
+        failures->tell(entry.fileName, error.what());
+      }
     }
   }
   write(documentEnd);

@@ -71,7 +71,9 @@ Listing readListing(const ExceptionStore& store, const std::optional<DomainPatte
             {lowerCase(record.domain.value_or("")), summarize(store, name, record)});
       }
     } catch (const std::runtime_error&) {
-      listing.unreadable.push_back(name);
+      if (store.has(name)) {
+        listing.unreadable.push_back(name);
+      }
     }
   }
   std::sort(listing.rows.begin(), listing.rows.end(), isBefore);

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <system_error>
 
@@ -48,17 +49,19 @@ std::string nameIn(const std::string& path) {
 }  // namespace
 
 NewFile::NewFile(const std::string& path)
-    : name_(nameIn(path)),
-      temporaryName_(fmt::format(".{}.{}.new", name_, getpid())),
-      directory_(directoryOf(path), true) {
+    : name_(nameIn(path)), directory_(directoryOf(path), true) {
   if (directory_.has(name_)) {
     refuseTaken(directory_.pathOf(name_));
   }
   constexpr mode_t mode = 0644;
-  file_.reset(openat(directory_.fd(), temporaryName_.c_str(),
-                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
-  if (file_.get() == -1) {
-    directory_.fail("make", temporaryName_, errno);
+  // A run that was killed may have left one, and this process may have that one's number.
+  for (int number = 0; file_.get() == -1; ++number) {
+    temporaryName_ = fmt::format(".{}.{}.new", name_, std::int64_t{getpid()} + number);
+    file_.reset(openat(directory_.fd(), temporaryName_.c_str(),
+                       O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+    if (file_.get() == -1 && errno != EEXIST) {
+      directory_.fail("make", temporaryName_, errno);
+    }
   }
 }
 

@@ -5,6 +5,8 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <openssl/evp.h>
+#include <rapidjson/encodings.h>
+#include <rapidjson/memorystream.h>
 
 #include "services/common/PrintableText.h"
 #include "services/common/TimeText.h"
@@ -24,6 +26,17 @@ std::string warningWords(unsigned long long warnings) {
     words.push_back(fmt::format("0x{:x}", warnings));
   }
   return words.empty() ? "none" : fmt::format("{}", fmt::join(words, ", "));
+}
+
+bool isValidUtf8(const std::string& text) {
+  rapidjson::MemoryStream bytes(text.data(), text.size());
+  unsigned character = 0;
+  while (bytes.Tell() < text.size()) {
+    if (!rapidjson::UTF8<>::Decode(bytes, &character)) {
+      return false;
+    }
+  }
+  return true;
 }
 
 std::string momentText(const std::optional<std::int64_t>& moment) {

@@ -15,6 +15,9 @@ std::string domainWords(const std::optional<std::string>& domain);
 // "NO_TRUSTED, CERT_EXPIRY"; bits without a name as "0x8000"; "none".
 std::string warningWords(unsigned long long warnings);
 
+// Whether the text can stand in JSON: the library takes and writes any bytes.
+bool isValidUtf8(const std::string& text);
+
 // RFC 3339 in UTC; empty for nothing and for a moment outside the years 0 to 9999.
 std::string momentText(const std::optional<std::int64_t>& moment);
 
