@@ -84,6 +84,19 @@ TEST_F(ExceptionsImport, OnlyTellsWhatItWouldDoInADryRun) {
   EXPECT_THAT(entriesOf(store_), SizeIs(1));
 }
 
+TEST_F(ExceptionsImport, HasItsJsonMembersInTheirOrder) {
+  const std::string document = documentOf({plainRecord("a"), plainRecord("b")});
+  const rapidjson::Document would = parseLine(importText(document, {"--dry-run", "--json"}).out);
+  EXPECT_EQ("dry_run stored already_there conflicts", memberNames(would));
+  EXPECT_EQ(2, would["stored"].GetInt());
+  EXPECT_EQ(2, parseLine(importText(document, {"--json"}).out)["stored"].GetInt());
+  EXPECT_EQ(2, parseLine(importText(document, {"--json"}).out)["already_there"].GetInt());
+}
+
+TEST_F(ExceptionsImport, TellsAnErrorInJson) {
+  EXPECT_TRUE(parseLine(importText("{", {"--json"}).out).HasMember("error"));
+}
+
 TEST_F(ExceptionsImport, MakesNoStoreInADryRun) {
   importText(documentOf({plainRecord("a.test")}), {"--dry-run"});
   EXPECT_FALSE(std::filesystem::exists(store_));

@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 #include <utime.h>
 
+#include <algorithm>
 #include <ctime>
 #include <filesystem>
 
@@ -101,6 +102,39 @@ TEST_F(ExceptionsClear, RemovesDecisionsAndNothingElse) {
   EXPECT_THAT(result.out, HasSubstr("left alone: notes.json"));
 }
 
+TEST_F(ExceptionsRemove, HasItsJsonMembersInTheirOrder) {
+  place(plainRecord("a.test"));
+  const rapidjson::Document line =
+      parseLine(exceptions({"remove", "--yes", "--json", "a.test"}).out);
+  EXPECT_EQ("file domain warnings warning_bits removed", memberNames(line));
+  EXPECT_TRUE(line["removed"].GetBool());
+}
+
+TEST_F(ExceptionsRemove, NeverAsksWhereAProgramReadsTheAnswer) {
+  place(plainRecord("a.test"));
+  const TerminalRun run = atTerminal({"remove", "--json", "a.test"}, "y\n");
+  EXPECT_EQ(2, run.status);
+  EXPECT_THAT(run.drawn, HasSubstr("with --json nobody is asked"));
+  EXPECT_THAT(entriesOf(store_), SizeIs(1));
+}
+
+TEST_F(ExceptionsClear, SaysInJsonWhatCouldNotBeReadToo) {
+  placeBytes(store_, place(plainRecord("a")), "garbage");
+  placeBytes(store_, "notes.json", "mine");
+  EXPECT_EQ("file removed", memberNames(parseLine(exceptions({"clear", "--yes", "--json"}).out)));
+  EXPECT_EQ("", exceptions({"clear", "--yes", "--json"}).out);
+}
+
+TEST_F(ExceptionsClear, RemovesManyAndSaysSoOfEach) {
+  for (int i = 0; i < 300; ++i) {
+    place(plainRecord("host" + std::to_string(i)));
+  }
+  const ProgramRun result = exceptions({"clear", "--yes"});
+  EXPECT_EQ(0, result.status);
+  EXPECT_EQ(300, std::count(result.out.begin(), result.out.end(), '\n'));
+  EXPECT_THAT(entriesOf(store_), IsEmpty());
+}
+
 TEST_F(ExceptionsClear, NeedsAWordWhereNobodyCanBeAsked) {
   placeFamily(1);
   EXPECT_EQ(2, exceptions({"clear"}).status);
@@ -169,6 +203,19 @@ TEST_F(ExceptionsPrune, OnlySaysWhatItWouldDo) {
   const ProgramRun result = exceptions({"prune", "--expired", "--dry-run"});
   EXPECT_THAT(result.out, HasSubstr("would remove: over"));
   EXPECT_THAT(entriesOf(store_), SizeIs(1));
+}
+
+TEST_F(ExceptionsPrune, HasItsJsonMembersInTheirOrder) {
+  ExceptionRecord record = plainRecord("a.test");
+  record.created = 0;
+  place(record);
+  const rapidjson::Document would =
+      parseLine(exceptions({"prune", "--older-than", "1d", "--dry-run", "--json"}).out);
+  EXPECT_EQ("file domain warnings warning_bits removed", memberNames(would));
+  EXPECT_FALSE(would["removed"].GetBool());
+  EXPECT_TRUE(
+      parseLine(exceptions({"prune", "--older-than", "1d", "--json"}).out)["removed"].GetBool());
+  EXPECT_EQ("", exceptions({"prune", "--older-than", "1d", "--json"}).out);
 }
 
 TEST_F(ExceptionsPrune, KeepsTheOtherRecordsOfTheHashInSight) {

@@ -12,9 +12,12 @@
 #include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"
 #include "tools/trustctl/Progress.h"
+#include "tools/trustctl/VerdictReport.h"
 #include "tools/trustctl/exceptions/Confirmation.h"
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
+#include "tools/trustctl/exceptions/RecordJson.h"
 #include "tools/trustctl/exceptions/RecordText.h"
+#include "tools/trustctl/exceptions/Removals.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 #include "tools/trustctl/exceptions/StoreWriter.h"
 
@@ -54,24 +57,26 @@ Contents contentsOf(const ExceptionStore& store) {
   return contents;
 }
 
-std::string describe(const ExceptionStore& store, const std::string& name) {
+std::string removalText(const ExceptionStore& store, const std::string& name, bool json) {
   try {
-    return recordLine(name, store.read(name));
+    const ExceptionRecord record = store.read(name);
+    return json ? removalJson(name, &record, true) : "removed: " + recordLine(name, record) + "\n";
   } catch (const std::runtime_error&) {
-    return fmt::format("what could not be read ({})", printableText(name));
+    return json ? removalJson(name, nullptr, true)
+                : fmt::format("removed: what could not be read ({})\n", printableText(name));
   }
 }
 
-void removeAll(const ExceptionStore& store) {
+void removeAll(const ExceptionStore& store, bool json) {
   StoreWriter writer(store.directory());
   const std::vector<std::string> names = contentsOf(store).records;
   Progress progress("removing", names.size());
+  Removals removals(&writer);
   for (const std::string& name : names) {
     progress.advance();
-    const std::string line = describe(store, name);
-    writer.remove(name);
-    print("removed: " + line + "\n");
+    removals.remove(name, removalText(store, name, json));
   }
+  removals.finish();
 }
 
 ExitStatus runClear(const ClearOptions& options) {
@@ -79,18 +84,23 @@ ExitStatus runClear(const ClearOptions& options) {
   const ExceptionStore store(options.store.directory());
   const Contents contents = contentsOf(store);
   const std::string where = printableText(store.directory(), 300);
+  const auto say = [&options](const std::string& text) {
+    if (!options.confirmation.json) {
+      print(text);
+    }
+  };
   if (contents.records.empty()) {
-    print(fmt::format("no decisions in {}\n", where));
+    say(fmt::format("no decisions in {}\n", where));
   } else if (options.confirmation.isGranted(
                  fmt::format("Remove all {} decisions in {}?", contents.records.size(), where))) {
-    removeAll(store);
+    removeAll(store, options.confirmation.json);
   } else {
     print("Nothing was removed.\n");
     return ExitStatus::notTrusted;
   }
   for (const std::string& name : contents.others) {
-    print(fmt::format("left alone: {} (not the name of a decision, or no file)\n",
-                      printableText(name)));
+    say(fmt::format("left alone: {} (not the name of a decision, or no file)\n",
+                    printableText(name)));
   }
   return ExitStatus::trusted;
 }
@@ -102,5 +112,7 @@ void addClearCommand(CLI::App* group, CommandAction* chosen) {
   const auto options = std::make_shared<ClearOptions>();
   addConfirmation(command, &options->confirmation);
   addStoreOption(command, &options->store);
-  onCall(command, chosen, [options] { return runClear(*options); });
+  onCall(command, chosen, [options] {
+    return withJsonErrors(options->confirmation.json, [options] { return runClear(*options); });
+  });
 }

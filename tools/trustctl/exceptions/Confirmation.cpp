@@ -39,6 +39,9 @@ bool Confirmation::canAsk() {
 }
 
 void Confirmation::require() const {
+  if (!given && json) {
+    refuse("with --json nobody is asked; say --yes to go ahead");
+  }
   if (!given && !canAsk()) {
     refuse("nobody can be asked here, as this is no terminal; say --yes to go ahead");
   }
@@ -59,4 +62,5 @@ bool Confirmation::isGranted(const std::string& question) const {
 
 void addConfirmation(CLI::App* command, Confirmation* confirmation) {
   addFlag(command, "-y,--yes", &confirmation->given, "Do not ask first");
+  addFlag(command, "--json", &confirmation->json, "One JSON object a line, for programs");
 }

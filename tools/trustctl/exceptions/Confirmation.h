@@ -10,11 +10,13 @@ class App;
 // --yes of commands that take something away.
 struct Confirmation {
   bool given = false;
+  bool json = false;  // a program reads what is said, and no program is asked
 
   // Whether somebody can be asked: standard input and standard error are a terminal.
   static bool canAsk();
 
-  // Throws CommandError (wrongUse) when --yes is missing and nobody can be asked.
+  // Throws CommandError (wrongUse) when --yes is missing and nobody can be asked, or --json is
+  // given.
   void require() const;
 
   // Puts the question, unless --yes answered it; everything but "y" and "yes" is no. Throws
@@ -22,7 +24,7 @@ struct Confirmation {
   bool isGranted(const std::string& question) const;
 };
 
-// Adds --yes to a command; `confirmation` must outlive the parse.
+// Adds --yes and --json to a command; `confirmation` must outlive the parse.
 void addConfirmation(CLI::App* command, Confirmation* confirmation);
 
 #endif

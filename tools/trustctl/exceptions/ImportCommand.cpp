@@ -7,9 +7,11 @@
 #include <fmt/format.h>
 
 #include "services/common/PrintableText.h"
+#include "services/common/TextWriter.h"
 #include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"
 #include "tools/trustctl/Progress.h"
+#include "tools/trustctl/VerdictReport.h"
 #include "tools/trustctl/exceptions/DocumentReader.h"
 #include "tools/trustctl/exceptions/ExchangeCommands.h"
 #include "tools/trustctl/exceptions/RecordText.h"
@@ -38,6 +40,7 @@ struct ImportOptions {
   std::string file;
   bool dryRun = false;
   bool evenRevoked = false;
+  bool json = false;
   StoreOption store;
 };
 
@@ -67,6 +70,7 @@ class Import {
   Import(const ImportOptions& options, std::size_t total)
       : store_(options.store.directory()),
         isDry_(options.dryRun),
+        isQuiet_(options.json),
         progress_(options.dryRun ? "comparing" : "storing", total) {
     if (!isDry_) {
       writer_.emplace(store_.directory());
@@ -111,12 +115,15 @@ class Import {
       return;
     }
     ++tally_.stored;
-    print(fmt::format("would store {}, in spite of {}\n", domainWords(record.domain),
-                      warningWords(record.warnings)));
+    if (!isQuiet_) {
+      print(fmt::format("would store {}, in spite of {}\n", domainWords(record.domain),
+                        warningWords(record.warnings)));
+    }
   }
 
   ExceptionStore store_;
   bool isDry_;
+  bool isQuiet_;
   std::optional<StoreWriter> writer_;
   Progress progress_;
   std::set<std::string> announced_;
@@ -140,6 +147,15 @@ std::string tallyText(const Tally& tally, bool isDry) {
                      tally.conflicts == 1 ? "" : "s");
 }
 
+std::string tallyJson(const Tally& tally, bool isDry) {
+  TextWriter object(TextWriter::Form::json);
+  object.add("dry_run", isDry);
+  object.add("stored", static_cast<int>(tally.stored));
+  object.add("already_there", static_cast<int>(tally.alreadyThere));
+  object.add("conflicts", static_cast<int>(tally.conflicts));
+  return object.text() + "\n";
+}
+
 ExitStatus runImport(const ImportOptions& options) {
   const DocumentInput input(options.file);
   std::size_t total = 0;
@@ -160,7 +176,7 @@ ExitStatus runImport(const ImportOptions& options) {
                                            : fmt::format("{}: decision {} of {}: {}", input.name(),
                                                          current, total, error.what()));
   }
-  print(tallyText(tally, options.dryRun));
+  print(options.json ? tallyJson(tally, options.dryRun) : tallyText(tally, options.dryRun));
   return tally.conflicts == 0 ? ExitStatus::trusted : ExitStatus::notTrusted;
 }
 
@@ -172,6 +188,9 @@ void addImportCommand(CLI::App* group, CommandAction* chosen) {
   addFlag(command, "--dry-run", &options->dryRun, "Only tell what would be stored");
   addFlag(command, "--even-revoked", &options->evenRevoked, "Allow decisions that accept REVOKED");
   addStoreOption(command, &options->store);
+  addFlag(command, "--json", &options->json, "One JSON object on one line, for programs");
   addOption(command, "FILE", &options->file, "The document; - for stdin").required().notEmpty();
-  onCall(command, chosen, [options] { return runImport(*options); });
+  onCall(command, chosen, [options] {
+    return withJsonErrors(options->json, [options] { return runImport(*options); });
+  });
 }

@@ -13,9 +13,12 @@
 #include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"
 #include "tools/trustctl/Progress.h"
+#include "tools/trustctl/VerdictReport.h"
 #include "tools/trustctl/exceptions/Age.h"
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
+#include "tools/trustctl/exceptions/RecordJson.h"
 #include "tools/trustctl/exceptions/RecordText.h"
+#include "tools/trustctl/exceptions/Removals.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 #include "tools/trustctl/exceptions/StoreWriter.h"
 
@@ -39,6 +42,7 @@ struct PruneOptions {
   std::optional<std::string> olderThan;
   bool expired = false;
   bool dryRun = false;
+  bool json = false;
 };
 
 // What makes a decision one to remove.
@@ -76,8 +80,9 @@ std::vector<std::string> recordNames(const ExceptionStore& store) {
   return names;
 }
 
-// `writer` is null for a dry run.
-std::size_t prune(const ExceptionStore& store, const Limits& limits, StoreWriter* writer) {
+// `removals` are null for a dry run.
+std::size_t prune(const ExceptionStore& store, const Limits& limits, bool json,
+                  Removals* removals) {
   std::size_t count = 0;
   const std::vector<std::string> names = recordNames(store);
   Progress progress("looking at", names.size());
@@ -92,11 +97,15 @@ std::size_t prune(const ExceptionStore& store, const Limits& limits, StoreWriter
     if (!isDue(*record, store.writtenAt(name), limits)) {
       continue;
     }
-    if (writer != nullptr) {
-      writer->remove(name);
+    const bool removed = removals != nullptr;
+    const std::string line = json ? removalJson(name, &*record, removed)
+                                  : fmt::format("{}: {}\n", removed ? "removed" : "would remove",
+                                                recordLine(name, *record));
+    if (removed) {
+      removals->remove(name, line);
+    } else {
+      print(line);
     }
-    print(fmt::format("{}: {}\n", writer != nullptr ? "removed" : "would remove",
-                      recordLine(name, *record)));
     ++count;
   }
   return count;
@@ -105,12 +114,16 @@ std::size_t prune(const ExceptionStore& store, const Limits& limits, StoreWriter
 ExitStatus runPrune(const PruneOptions& options) {
   const Limits limits = limitsOf(options);
   const ExceptionStore store(options.store.directory());
-  std::optional<StoreWriter> writer;
-  if (!options.dryRun && !store.fileNames().empty()) {
-    writer.emplace(store.directory());
+  std::size_t count = 0;
+  if (options.dryRun) {
+    count = prune(store, limits, options.json, nullptr);
+  } else if (!store.fileNames().empty()) {
+    StoreWriter writer(store.directory());
+    Removals removals(&writer);
+    count = prune(store, limits, options.json, &removals);
+    removals.finish();
   }
-  const std::size_t count = prune(store, limits, writer ? &*writer : nullptr);
-  if (count == 0) {
+  if (count == 0 && !options.json) {
     print(fmt::format("nothing to remove in {}\n", printableText(store.directory(), 300)));
   }
   return ExitStatus::trusted;
@@ -125,6 +138,9 @@ void addPruneCommand(CLI::App* group, CommandAction* chosen) {
       .notEmpty();
   addFlag(command, "--expired", &options->expired, "Those whose \"expires\" has come");
   addFlag(command, "-n,--dry-run", &options->dryRun, "Only say what would be removed");
+  addFlag(command, "--json", &options->json, "One JSON object a line, for programs");
   addStoreOption(command, &options->store);
-  onCall(command, chosen, [options] { return runPrune(*options); });
+  onCall(command, chosen, [options] {
+    return withJsonErrors(options->json, [options] { return runPrune(*options); });
+  });
 }

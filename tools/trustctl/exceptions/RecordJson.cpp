@@ -87,3 +87,14 @@ std::string recordJson(const ExceptionStore& store, const std::string& fileName,
   object.endArray();
   return object.text() + "\n";
 }
+
+std::string removalJson(const std::string& fileName, const ExceptionRecord* record, bool removed) {
+  TextWriter object(TextWriter::Form::json);
+  if (record != nullptr) {
+    addDecision(&object, fileName, record->domain, record->warnings);
+  } else {
+    object.add("file", escapeText(fileName));
+  }
+  object.add("removed", removed);
+  return object.text() + "\n";
+}

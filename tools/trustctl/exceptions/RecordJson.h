@@ -27,4 +27,8 @@ std::string summaryJson(const RecordSummary& row, std::int64_t now);
 std::string recordJson(const ExceptionStore& store, const std::string& fileName,
                        const ExceptionRecord& record, std::int64_t now);
 
+// The same for a decision that goes: what it was, and whether it was removed. `record` is null
+// where it could not be read.
+std::string removalJson(const std::string& fileName, const ExceptionRecord* record, bool removed);
+
 #endif

@@ -6,10 +6,12 @@
 
 #include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"
+#include "tools/trustctl/VerdictReport.h"
 #include "tools/trustctl/exceptions/Confirmation.h"
 #include "tools/trustctl/exceptions/DecisionRemoval.h"
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
 #include "tools/trustctl/exceptions/RecordId.h"
+#include "tools/trustctl/exceptions/RecordJson.h"
 #include "tools/trustctl/exceptions/RecordText.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 
@@ -43,6 +45,12 @@ bool isConfirmed(const RemoveOptions& options, const std::vector<StoredRecord>& 
                           : fmt::format("Remove these {} decisions?", records.size()));
 }
 
+std::string removalText(const StoredRecord& stored, bool removed, bool json) {
+  return json ? removalJson(stored.fileName, &stored.record, removed)
+              : fmt::format("{}: {}\n", removed ? "removed" : "gone already",
+                            recordLine(stored.fileName, stored.record));
+}
+
 ExitStatus runRemove(const RemoveOptions& options) {
   options.confirmation.require();
   const ExceptionStore store(options.store.directory());
@@ -54,8 +62,7 @@ ExitStatus runRemove(const RemoveOptions& options) {
   StoreWriter writer(store.directory());
   for (const StoredRecord& stored : records) {
     const bool removed = removeDecision(&writer, store, stored);
-    print(fmt::format("{}: {}\n", removed ? "removed" : "gone already",
-                      recordLine(stored.fileName, stored.record)));
+    print(removalText(stored, removed, options.confirmation.json));
   }
   return ExitStatus::trusted;
 }
@@ -68,5 +75,7 @@ void addRemoveCommand(CLI::App* group, CommandAction* chosen) {
   addOption(command, "ID", &options->ids, "Which decisions; see below").required();
   addConfirmation(command, &options->confirmation);
   addStoreOption(command, &options->store);
-  onCall(command, chosen, [options] { return runRemove(*options); });
+  onCall(command, chosen, [options] {
+    return withJsonErrors(options->confirmation.json, [options] { return runRemove(*options); });
+  });
 }

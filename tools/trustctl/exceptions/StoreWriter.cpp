@@ -104,6 +104,11 @@ StoreWriter::Added StoreWriter::add(const ExceptionRecord& record) {
 }
 
 void StoreWriter::remove(const std::string& fileName) {
+  removeSoon(fileName);
+  makeLasting();
+}
+
+void StoreWriter::removeSoon(const std::string& fileName) {
   const auto status = entries_.find(fileName);
   if (status && S_ISDIR(status->st_mode)) {
     fail(fmt::format("'{}' is a directory; set it aside with: trustctl exceptions doctor --repair",
@@ -123,6 +128,7 @@ std::string StoreWriter::setAside(const std::string& fileName) {
   if (!name.empty()) {
     aside.sync();
     takeOut(fileName);
+    entries_.sync();
   } else {
     name = moveAside(fileName, aside);
     aside.sync();
@@ -169,7 +175,6 @@ void StoreWriter::takeOut(const std::string& fileName) {
   } else {
     entries_.putInPlaceOf(fileName, fileNameOf({name->hash, last}));
   }
-  entries_.sync();
   if (name) {
     followUp({name->hash, last});
   }

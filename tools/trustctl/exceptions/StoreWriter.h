@@ -16,7 +16,8 @@
 // is one that leaves no gap: the last record of a hash takes the place of one that goes, in one
 // step. Killed at any moment, nothing is lost, and every record is in sight; only where a library
 // added one of the very same hash meanwhile may it stand beyond a gap or twice, which
-// `exceptions doctor` mends. What has been changed when an operation returns lasts.
+// `exceptions doctor` mends. What has been changed when an operation returns lasts, but where
+// it says otherwise.
 //
 // Operations throw CommandError (undecided) that says what failed and what to do. Main thread only.
 class StoreWriter {
@@ -35,6 +36,10 @@ class StoreWriter {
   // Removes the file, be it a record or not. What its number holds afterwards may be another
   // record: names are to be looked up again. Refuses directories.
   void remove(const std::string& fileName);
+
+  // The same, but it lasts only after makeLasting(): for many in a row.
+  void removeSoon(const std::string& fileName);
+  void makeLasting() const { entries_.sync(); }
 
   // Moves the entry into the store's directory "set-aside", never over something there, and
   // returns its path in the store.
