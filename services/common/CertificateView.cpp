@@ -67,16 +67,6 @@ std::string viewSerial(const ASN1_INTEGER* serial) {
   return (BN_is_negative(number.get()) != 0 ? "-" : "") + hex(bytes.data(), bytes.size());
 }
 
-std::optional<std::int64_t> viewTime(const ASN1_TIME* time) {
-  struct tm civil {};
-  if (ASN1_TIME_to_tm(time, &civil) != 1) {
-    ERR_clear_error();
-    return {};
-  }
-  return civilTime(civil.tm_year + 1900, civil.tm_mon + 1, civil.tm_mday, civil.tm_hour,
-                   civil.tm_min, civil.tm_sec);
-}
-
 std::string viewDigest(const CertificateDer& der) {
   unsigned char digest[EVP_MAX_MD_SIZE];
   unsigned int length = 0;
@@ -119,6 +109,16 @@ bool isSelfSigned(X509* certificate) {
 }
 
 }  // namespace
+
+std::optional<std::int64_t> viewTime(const ASN1_TIME* time) {
+  struct tm civil {};
+  if (time == nullptr || ASN1_TIME_to_tm(time, &civil) != 1) {
+    ERR_clear_error();
+    return {};
+  }
+  return civilTime(civil.tm_year + 1900, civil.tm_mon + 1, civil.tm_mday, civil.tm_hour,
+                   civil.tm_min, civil.tm_sec);
+}
 
 // The most telling part, the common name, stands last in a certificate and is shown first.
 std::string viewName(const X509_NAME* name) {

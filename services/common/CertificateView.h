@@ -29,6 +29,9 @@ CertificateView viewCertificate(const CertificateDer& der);
 // A name as `subject` and `issuer` show it.
 std::string viewName(const X509_NAME* name);
 
+// The moment; nothing where there is no time, or none that can be read.
+std::optional<std::int64_t> viewTime(const ASN1_TIME* time);
+
 // The certificate that stands at the front of the bytes; null when there is none.
 X509Ptr parseCertificate(const CertificateDer& der);
 

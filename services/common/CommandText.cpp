@@ -53,9 +53,10 @@ bool isIndented(const std::string& line) {
 
 // Takes "Heading:" off the front of the line; empty when it does not begin so.
 std::string takeHeading(std::string* line) {
-  for (const std::string heading : kHeadings) {
-    if (line->rfind(heading + ":", 0) == 0) {
-      line->erase(0, heading.size() + 1);
+  const std::size_t colon = line->find(':');
+  for (const char* heading : kHeadings) {
+    if (line->substr(0, colon) == heading && colon != std::string::npos) {
+      line->erase(0, colon + 1);
       line->erase(0, line->find_first_not_of(' '));
       return heading;
     }

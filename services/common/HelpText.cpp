@@ -42,9 +42,9 @@ void addEntries(const char* title, const std::vector<CommandText::Entry>& entrie
 
 void addParagraph(const CommandText::Paragraph& paragraph, std::size_t columns, std::string* out) {
   *out += "\n";
-  std::string heading = paragraph.heading.empty() ? "" : paragraph.heading + ":";
+  std::string heading = paragraph.heading.empty() ? "" : paragraph.heading + ": ";
   if (!heading.empty() && (paragraph.lines.empty() || paragraph.lines.front().front() == ' ')) {
-    *out += heading + "\n";
+    *out += paragraph.heading + ":\n";
     heading.clear();
   }
   for (const std::string& line : paragraph.lines) {
@@ -52,7 +52,8 @@ void addParagraph(const CommandText::Paragraph& paragraph, std::size_t columns, 
       *out += line + "\n";
       continue;
     }
-    *out += wrapWords(heading.empty() ? line : heading + " " + line, 0, columns) + "\n";
+    heading += line;
+    *out += wrapWords(heading, 0, columns) + "\n";
     heading.clear();
   }
 }

@@ -6,7 +6,9 @@
 # demo servers are taken for equal, and the home directory is /home/you.
 set -euo pipefail
 page=$(realpath "$1")
-export PATH="$(realpath "$2"):$(realpath "$3"):$PATH"
+bin=$(realpath "$2")
+scripts=$(realpath "$3")
+export PATH="$bin:$scripts:$PATH"
 
 directory=$(mktemp -d)
 clean_up() {
@@ -73,10 +75,10 @@ try() {
   fi
 }
 
-command= expected= inside=no
+command="" expected="" inside=no
 finish() {
   [[ -z $command ]] || try "$command" "${expected%$'\n'}"
-  command= expected=
+  command="" expected=""
 }
 while IFS= read -r line; do
   case $inside$line in

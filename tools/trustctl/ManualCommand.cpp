@@ -46,11 +46,12 @@ void writePages(const CLI::App& command, const std::string& path, const std::str
     seeAlso = {pageOf(around)};
   }
   for (const std::string& name : commandNames(command)) {
-    seeAlso.push_back(pageOf(path + " " + name));
+    seeAlso.push_back(pageOf(fmt::format("{} {}", path, name)));
   }
   writePage(directory, path, manualPage(describeCommand(command, path), section, version, seeAlso));
   for (const std::string& name : commandNames(command)) {
-    writePages(*command.get_subcommand(name), path + " " + name, path, version, directory);
+    writePages(*command.get_subcommand(name), fmt::format("{} {}", path, name), path, version,
+               directory);
   }
 }
 

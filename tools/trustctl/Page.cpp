@@ -111,6 +111,6 @@ void print(const std::string& text) {
 }
 
 void printComplaint(const std::string& text) {
-  fflush(stdout);  // where both go to one place, what was said first stands first
+  (void)fflush(stdout);  // where both go to one place, what was said first stands first
   write(stderr, "trustctl: " + text + "\n");
 }

@@ -42,7 +42,7 @@ TEST_F(KilledImport, LeavesWholeRecordsAndIsCompletedByAnother) {
   const auto all = decisions();
   const std::string file = directory_.write("d.json", documentOf(all));
   const int points = complete({"import", file});
-  for (int killed = 0; killed < 70;) {
+  for (int killed = 0; killed < killsOf(70);) {
     fs::remove_all(store_);
     killed += runAndKill({"import", file}, points) ? 1 : 0;
     if (fs::exists(store_)) {

@@ -15,6 +15,16 @@ class KillTest : public ExceptionsTest {
   KillTest();
   ~KillTest() override;
 
+  // How often to kill, where so often is usual: sanitizers make runs slow, and find no more in
+  // many of them.
+  static constexpr int killsOf(int usual) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return usual / 5;
+#else
+    return usual;
+#endif
+  }
+
   // Lets a run end, which must succeed. Returns how many points there are in it.
   int complete(const std::vector<std::string>& arguments);
 

@@ -70,7 +70,7 @@ TEST_F(KilledRun, OfRemoveLeavesEveryOtherRecordInSight) {
   };
   placeAll();
   const int points = complete(removal);
-  for (int killed = 0; killed < 140;) {
+  for (int killed = 0; killed < killsOf(140);) {
     placeAll();
     killed += runAndKill(removal, points) ? 1 : 0;
     ASSERT_THAT(findings(), IsEmpty());
@@ -95,7 +95,7 @@ TEST_F(KilledRun, OfRepairLosesNothingAndTheNextRunFinishes) {
   };
   placeDisorder();
   const int points = complete({"doctor", "--repair"});
-  for (int killed = 0; killed < 60;) {
+  for (int killed = 0; killed < killsOf(60);) {
     placeDisorder();
     killed += runAndKill({"doctor", "--repair"}, points) ? 1 : 0;
     ASSERT_EQ(valid.size(), countStored(valid));

@@ -23,7 +23,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 const std::string hash = "0123456789abcdef0123456789abcdef01234567";
 

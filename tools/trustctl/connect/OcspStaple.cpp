@@ -1,7 +1,5 @@
 #include "tools/trustctl/connect/OcspStaple.h"
 
-#include <time.h>
-
 #include <fmt/format.h>
 #include <openssl/asn1.h>
 #include <openssl/err.h>
@@ -9,22 +7,12 @@
 
 #include "services/common/CertificateView.h"
 #include "services/common/OpenSslOwners.h"
-#include "services/common/TimeText.h"
 
 namespace {
 
 using ResponsePtr = OpenSslOwner<OCSP_RESPONSE, OCSP_RESPONSE_free>;
 using BasicPtr = OpenSslOwner<OCSP_BASICRESP, OCSP_BASICRESP_free>;
 using CertIdPtr = OpenSslOwner<OCSP_CERTID, OCSP_CERTID_free>;
-
-std::optional<std::int64_t> readTime(const ASN1_GENERALIZEDTIME* time) {
-  struct tm civil {};
-  if (time == nullptr || ASN1_TIME_to_tm(time, &civil) != 1) {
-    return std::nullopt;
-  }
-  return civilTime(civil.tm_year + 1900, civil.tm_mon + 1, civil.tm_mday, civil.tm_hour,
-                   civil.tm_min, civil.tm_sec);
-}
 
 StapledAnswer unusable(const std::string& problem) {
   StapledAnswer answer;
@@ -108,14 +96,14 @@ StapledAnswer readSingle(OCSP_SINGLERESP* single) {
       break;
     case V_OCSP_CERTSTATUS_REVOKED:
       answer.status = StapledAnswer::Status::revoked;
-      answer.revokedAt = readTime(revoked);
+      answer.revokedAt = viewTime(revoked);
       break;
     default:
       answer.status = StapledAnswer::Status::unknown;
       break;
   }
-  answer.thisUpdate = readTime(from);
-  answer.nextUpdate = readTime(to);
+  answer.thisUpdate = viewTime(from);
+  answer.nextUpdate = viewTime(to);
   return answer;
 }
 

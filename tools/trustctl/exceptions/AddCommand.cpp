@@ -18,7 +18,7 @@
 #include "tools/trustctl/Page.h"
 #include "tools/trustctl/VerdictReport.h"
 #include "tools/trustctl/exceptions/Age.h"
-#include "tools/trustctl/exceptions/ExchangeCommands.h"
+#include "tools/trustctl/exceptions/ExceptionsCommands.h"
 #include "tools/trustctl/exceptions/Fingerprint.h"
 #include "tools/trustctl/exceptions/RecordText.h"
 #include "tools/trustctl/exceptions/StoreOption.h"

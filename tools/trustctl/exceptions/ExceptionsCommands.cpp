@@ -1,7 +1,6 @@
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
 
 #include "tools/trustctl/Options.h"
-#include "tools/trustctl/exceptions/ExchangeCommands.h"
 
 namespace {
 
@@ -11,6 +10,7 @@ constexpr const char* help =
     "Examples:\n"
     "  trustctl exceptions list\n"
     "  trustctl exceptions show example.org\n"
+    "  trustctl exceptions why example.org --connect\n"
     "  trustctl exceptions remove example.org\n\n"
     "More about a command: trustctl exceptions COMMAND --help\n";
 
@@ -20,12 +20,12 @@ void addExceptionsCommands(CLI::App* program, CommandAction* chosen) {
   CLI::App* group = addCommand(program, "exceptions", "Look after the decisions you stored", help);
   addListCommand(group, chosen);
   addShowCommand(group, chosen);
+  addWhyCommand(group, chosen);
+  addAddCommand(group, chosen);
   addRemoveCommand(group, chosen);
   addClearCommand(group, chosen);
-  addPruneCommand(group, chosen);
-  addDoctorCommand(group, chosen);
-  addAddCommand(group, chosen);
   addExportCommand(group, chosen);
   addImportCommand(group, chosen);
-  addWhyCommand(group, chosen);
+  addPruneCommand(group, chosen);
+  addDoctorCommand(group, chosen);
 }

@@ -17,7 +17,7 @@
 #include "tools/trustctl/exceptions/DocumentWriter.h"
 #include "tools/trustctl/exceptions/DomainPattern.h"
 #include "tools/trustctl/exceptions/ExceptionStore.h"
-#include "tools/trustctl/exceptions/ExchangeCommands.h"
+#include "tools/trustctl/exceptions/ExceptionsCommands.h"
 #include "tools/trustctl/exceptions/NewFile.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 

@@ -13,7 +13,7 @@
 #include "tools/trustctl/Progress.h"
 #include "tools/trustctl/VerdictReport.h"
 #include "tools/trustctl/exceptions/DocumentReader.h"
-#include "tools/trustctl/exceptions/ExchangeCommands.h"
+#include "tools/trustctl/exceptions/ExceptionsCommands.h"
 #include "tools/trustctl/exceptions/RecordText.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 #include "tools/trustctl/exceptions/StoreWriter.h"

@@ -15,7 +15,7 @@
 #include "tools/trustctl/connect/Socket.h"
 #include "tools/trustctl/connect/TlsSession.h"
 #include "tools/trustctl/exceptions/DecisionDifference.h"
-#include "tools/trustctl/exceptions/ExchangeCommands.h"
+#include "tools/trustctl/exceptions/ExceptionsCommands.h"
 #include "tools/trustctl/exceptions/RecordText.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 
