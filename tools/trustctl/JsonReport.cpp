@@ -2,8 +2,8 @@
 
 #include "services/common/PrintableText.h"
 #include "services/common/TextWriter.h"
-#include "services/common/TimeText.h"
 #include "services/common/WarningTexts.h"
+#include "tools/trustctl/CertificateJson.h"
 #include "tools/trustctl/VerdictReport.h"
 #include "tools/trustctl/connect/ConnectionReport.h"
 #include "trustlib/CertificateWarnings.h"
@@ -36,20 +36,11 @@ std::string finish(TextWriter* object) {
   return object->text() + "\n";
 }
 
-std::string timeText(const std::optional<std::int64_t>& time) {
-  return time ? formatTime(*time) : std::string();
-}
-
 void addChain(TextWriter* object, const std::vector<CertificateView>& chain) {
   object->startArray("chain");
   for (const CertificateView& certificate : chain) {
     object->startObject(nullptr);
-    object->add("subject", certificate.subject);
-    object->add("issuer", certificate.issuer);
-    object->add("serial", certificate.serial);
-    object->add("not_before", timeText(certificate.notBefore));
-    object->add("not_after", timeText(certificate.notAfter));
-    object->add("sha256", certificate.sha256);
+    addCertificate(object, certificate);
     object->endObject();
   }
   object->endArray();

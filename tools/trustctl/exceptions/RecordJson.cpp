@@ -6,6 +6,7 @@
 #include "services/common/PrintableText.h"
 #include "services/common/TextWriter.h"
 #include "services/common/WarningTexts.h"
+#include "tools/trustctl/CertificateJson.h"
 
 namespace {
 
@@ -32,19 +33,14 @@ void addTimes(TextWriter* object, const RecordSummary& row, std::int64_t now) {
   }
 }
 
-void addCertificate(TextWriter* object, const CertificateDer& der) {
+void addMember(TextWriter* object, const CertificateDer& der) {
   object->startObject(nullptr);
   try {
-    const CertificateView view = viewCertificate(der);
-    object->add("subject", view.subject);
-    object->add("issuer", view.issuer);
-    object->add("serial", view.serial);
-    object->add("not_before", momentText(view.notBefore));
-    object->add("not_after", momentText(view.notAfter));
+    addCertificate(object, viewCertificate(der));
   } catch (const std::runtime_error&) {
     // Bytes that are no certificate have a fingerprint only.
+    object->add("sha256", sha256Of(der));
   }
-  object->add("sha256", sha256Of(der));
   object->endObject();
 }
 
@@ -82,7 +78,7 @@ std::string recordJson(const ExceptionStore& store, const std::string& fileName,
   }
   object.startArray("chain");
   for (const CertificateDer& der : record.chain) {
-    addCertificate(&object, der);
+    addMember(&object, der);
   }
   object.endArray();
   return object.text() + "\n";
