@@ -1,0 +1,49 @@
+#ifndef SERVICES_CERTMGR_PATH_PUBLICKEY_H
+#define SERVICES_CERTMGR_PATH_PUBLICKEY_H
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "services/common/OpenSslOwners.h"
+
+// A public key as certificates carry it. Reading one is cheap; OpenSSL's form of it is made
+// when it is first asked for, which leaves never are. Safe from several threads.
+class PublicKey {
+ public:
+  enum class Kind { rsa, ellipticCurve, ed25519, ed448, other };
+
+  // Takes a whole SubjectPublicKeyInfo element. A key that cannot be read is `other`.
+  explicit PublicKey(std::string_view info);
+
+  Kind kind() const { return kind_; }
+  // Of the modulus or the curve's field; 0 for `other`.
+  unsigned bits() const { return bits_; }
+  // Whether it is as strong as 112 bits at least, and not so long that it only costs.
+  bool isStrong() const;
+  // "RSA 2048", "EC P-256", "Ed25519", "unknown".
+  std::string text() const;
+  // What one signature check costs, in units of a Budget.
+  std::int64_t checkCost() const;
+  // SHA-256 of the element: names the key.
+  const std::string& identity() const { return identity_; }
+
+  // NULL when OpenSSL refuses it. It lives as long as this object.
+  EVP_PKEY* get() const;
+
+ private:
+  void readRsa(std::string_view bits);
+  void readCurve(std::string_view parameters, std::string_view bits);
+
+  Kind kind_ = Kind::other;
+  unsigned bits_ = 0;
+  std::string identity_;
+  std::string_view group_;  // OpenSSL's name of the curve
+  std::string material_;    // RSA: the modulus; else the key's bytes
+  std::string exponent_;    // RSA
+  mutable std::once_flag made_;
+  mutable OpenSslOwner<EVP_PKEY, EVP_PKEY_free> key_;
+};
+
+#endif
