@@ -160,6 +160,67 @@ void theSameChainAgain(benchmark::State& state, Worlds worlds) {
   for (auto _ : state) judge(state, evaluator, chain, store);
 }
 
+// Chains made to cost: what one costs at most, nothing being known.
+void judgeHostile(benchmark::State& state, const std::vector<std::string>& chain,
+                  const TestCertificate& root) {
+  const auto store = std::make_shared<TrustStore>();
+  store->add(Anchor{ParsedCertificate::parse(root.derString()), {}});
+  for (auto _ : state) {
+    Evaluator evaluator;
+    if (evaluator.evaluate(chain, store, kNow).evaluation->isValid()) {
+      state.SkipWithError("the chain is valid");
+    }
+  }
+}
+
+// Fifty intermediates of one name, and nobody says by which of them a certificate was issued.
+void meshOfOneName(benchmark::State& state) {
+  TestCertificate last = CertificateMaker("Mesh").asCa().make();
+  std::vector<std::string> chain;
+  for (int i = 0; i < 50; ++i) {
+    last = CertificateMaker("Mesh").asCa().issuedBy(last).make();
+    chain.push_back(last.derString());
+  }
+  chain.insert(chain.begin(), CertificateMaker("leaf").issuedBy(last).make().derString());
+  judgeHostile(state, chain, rsaWorld().root);
+}
+BENCHMARK(meshOfOneName)->Unit(benchmark::kMillisecond);
+
+// Eight authorities, each cross-signed by all others: very many paths, and none leads out.
+void meshOfCrossSignatures(benchmark::State& state) {
+  std::vector<TestCertificate> roots;
+  for (int i = 0; i < 8; ++i) {
+    roots.push_back(CertificateMaker(fmt::format("Mesh {}", i)).asCa().make());
+  }
+  std::vector<std::string> chain{CertificateMaker("leaf").issuedBy(roots[0]).make().derString()};
+  for (std::size_t i = 0; i < roots.size(); ++i) {
+    for (std::size_t j = 0; j < roots.size(); ++j) {
+      if (i == j) continue;
+      chain.push_back(CertificateMaker(fmt::format("Mesh {}", i))
+                          .asCa()
+                          .key(roots[i].key())
+                          .issuedBy(roots[j])
+                          .make()
+                          .derString());
+    }
+  }
+  judgeHostile(state, chain, rsaWorld().root);
+}
+BENCHMARK(meshOfCrossSignatures)->Unit(benchmark::kMillisecond);
+
+void manyNamesAgainstManyConstraints(benchmark::State& state) {
+  const TestCertificate root = CertificateMaker("Root").asCa().make();
+  std::string constraints = "critical";
+  for (int i = 0; i < 1000; ++i) constraints += fmt::format(",excluded;DNS:x{}.test", i);
+  const TestCertificate inter =
+      CertificateMaker("Inter").asCa().nameConstraints(constraints).issuedBy(root).make();
+  CertificateMaker leaf("leaf");
+  for (int i = 0; i < 10'000; ++i) leaf.dns(fmt::format("n{}", i));
+  leaf.dns("in.x999.test").asServer().issuedBy(inter);
+  judgeHostile(state, {leaf.make().derString(), inter.derString()}, root);
+}
+BENCHMARK(manyNamesAgainstManyConstraints)->Unit(benchmark::kMillisecond);
+
 gnutls_datum_t datum(const std::string& bytes) {
   return {reinterpret_cast<unsigned char*>(const_cast<char*>(bytes.data())),
           static_cast<unsigned>(bytes.size())};
