@@ -1,15 +1,15 @@
 #include "services/certmgr/path/NameForms.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstdio>
 
-#include <arpa/inet.h>
+#include "services/certmgr/path/DerReader.h"
+#include "services/common/PrintableText.h"
 
 namespace {
-
-constexpr std::size_t kShownBytes = 200;
 
 bool isPrintable(char c) {
   return c > ' ' && c <= '~';
@@ -54,22 +54,6 @@ void appendBits(std::string& key, std::string_view octets) {
   }
 }
 
-std::string escaped(std::string_view bytes) {
-  std::string text;
-  for (const char c : bytes.substr(0, kShownBytes)) {
-    if ((isPrintable(c) || c == ' ') && c != '\\') {
-      text += c;
-    } else {
-      std::array<char, 5> hex{};
-      (void)std::snprintf(hex.data(), hex.size(), "\\x%02x",
-                          static_cast<unsigned>(static_cast<unsigned char>(c)));
-      text += hex.data();
-    }
-  }
-  if (bytes.size() > kShownBytes) text += "...";
-  return text;
-}
-
 std::string addressText(std::string_view octets) {
   std::array<char, INET6_ADDRSTRLEN> text{};
   const int family = octets.size() == 4 ? AF_INET : AF_INET6;
@@ -79,7 +63,7 @@ std::string addressText(std::string_view octets) {
 // An address, or with a mask behind it a network.
 std::string addressOrNetworkText(std::string_view octets) {
   if (octets.size() == 4 || octets.size() == 16) return addressText(octets);
-  if (octets.size() != 8 && octets.size() != 32) return escaped(octets);
+  if (octets.size() != 8 && octets.size() != 32) return printableText(octets);
   const std::string_view address = octets.substr(0, octets.size() / 2);
   const std::string_view mask = octets.substr(octets.size() / 2);
   const auto network = networkKey(octets);
@@ -89,9 +73,9 @@ std::string addressOrNetworkText(std::string_view octets) {
 
 std::string directoryText(std::string_view der) {
   try {
-    return escaped(DistinguishedName(der).text());
+    return fitLines(DistinguishedName(der).text(), 120, 1).front();
   } catch (const DerError&) {
-    return escaped(der);
+    return printableText(der);
   }
 }
 
@@ -104,7 +88,7 @@ std::optional<std::string> hostKey(std::string_view host) {
   std::string key;
   key.reserve(host.size() + 1);
   for (auto c = host.rbegin(); c != host.rend(); ++c) {
-    if (!isPrintable(*c)) return std::nullopt;
+    if (!isHostCharacter(*c) && *c != '*') return std::nullopt;
     key += toLower(*c);
   }
   key += '.';
@@ -128,7 +112,8 @@ std::optional<std::string> uriHostKey(std::string_view uri) {
   std::string_view authority = uri.substr(colon + 1);
   if (!authority.starts_with("//")) return std::nullopt;
   authority.remove_prefix(2);
-  const std::string_view rest = authority.substr(std::min(authority.size(), authority.find_first_of("/?#")));
+  const std::string_view rest =
+      authority.substr(std::min(authority.size(), authority.find_first_of("/?#")));
   if (!std::all_of(rest.begin(), rest.end(), isPrintable)) return std::nullopt;
   authority.remove_suffix(rest.size());
 
@@ -168,11 +153,11 @@ std::string nameText(GeneralName::Kind kind, std::string_view bytes) {
   using Kind = GeneralName::Kind;
   switch (kind) {
     case Kind::dns:
-      return "DNS:" + escaped(bytes);
+      return "DNS:" + printableText(bytes);
     case Kind::email:
-      return "email:" + escaped(bytes);
+      return "email:" + printableText(bytes);
     case Kind::uri:
-      return "URI:" + escaped(bytes);
+      return "URI:" + printableText(bytes);
     case Kind::address:
       return "IP Address:" + addressOrNetworkText(bytes);
     case Kind::directory:

@@ -12,7 +12,8 @@
 
 // A host name backwards, in lower case, with a dot at the end: "A.example" is "elpmaxe.a.".
 // A host name is within a domain exactly when its key starts with the domain's. One dot at the
-// end does not count; empty labels, spaces and what is not printable ASCII are refused.
+// end does not count. Refused are empty labels and all but letters, digits, '-', '_' and, for
+// wildcards, '*'.
 std::optional<std::string> hostKey(std::string_view host);
 
 // "joe@host": the key of the host, '@', the local part as it is, NUL. A local part in quotes is
@@ -27,8 +28,8 @@ std::optional<std::string> addressKey(std::string_view octets);
 // An address and a mask, which has to be a row of ones before a row of zeros: the key's start.
 std::optional<std::string> networkKey(std::string_view octets);
 
-// For people: "DNS:a.example", "IP Address:192.0.2.0/24". Bytes that are not printable ASCII
-// come out as \xNN, and long names are cut.
+// For people: "DNS:a.example", "IP Address:192.0.2.0/24", made fit for one line by
+// printableText().
 std::string nameText(GeneralName::Kind kind, std::string_view bytes);
 
 #endif
