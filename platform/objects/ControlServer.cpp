@@ -11,6 +11,7 @@
 #include <map>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 #include <asio/io_context.hpp>
 #include <asio/posix/stream_descriptor.hpp>
@@ -42,14 +43,6 @@ ControlServerOptions completed(ControlServerOptions options) {
   options.workers = std::max(1U, options.workers);
   options.maxConnections = std::max<std::size_t>(1, options.maxConnections);
   return options;
-}
-
-void maskEndingSignals(int how) {
-  sigset_t ending;
-  sigemptyset(&ending);
-  sigaddset(&ending, SIGTERM);
-  sigaddset(&ending, SIGINT);
-  pthread_sigmask(how, &ending, nullptr);
 }
 
 std::string runHandler(const ControlServer::Handler& handler, const ControlRequest& request) {
@@ -84,21 +77,18 @@ class ControlServer::Impl {
   void run(bool handleSignals) {
     // Held back but for the time of the loop, and in the workers altogether: one signal ends
     // the service in order, and a second one must not cut the cleaning up short.
-    if (handleSignals) maskEndingSignals(SIG_BLOCK);
+    if (handleSignals) maskSignals(SIG_BLOCK);
     asio::thread_pool workers(options_.workers);
     workers_ = &workers;
     if (handleSignals) {
-      signals_.add(SIGTERM);
-      signals_.add(SIGINT);
-      signals_.async_wait([this](const asio::error_code& error, int) {
-        if (!error) beginShutdown();
-      });
-      maskEndingSignals(SIG_UNBLOCK);
+      for (const int number : handledSignals()) signals_.add(number);
+      waitForSignal();
+      maskSignals(SIG_UNBLOCK);
     }
     waitForClient();
     announceReady(options_.readyFd);
     loop_.run();
-    if (handleSignals) maskEndingSignals(SIG_BLOCK);
+    if (handleSignals) maskSignals(SIG_BLOCK);
     workers.join();
   }
 
@@ -107,6 +97,28 @@ class ControlServer::Impl {
   }
 
  private:
+  std::vector<int> handledSignals() const {
+    std::vector<int> numbers = {SIGTERM, SIGINT};
+    if (options_.hangup) numbers.push_back(SIGHUP);
+    return numbers;
+  }
+
+  void maskSignals(int how) const {
+    sigset_t handled;
+    sigemptyset(&handled);
+    for (const int number : handledSignals()) sigaddset(&handled, number);
+    pthread_sigmask(how, &handled, nullptr);
+  }
+
+  void waitForSignal() {
+    signals_.async_wait([this](const asio::error_code& error, int number) {
+      if (error) return;
+      if (number != SIGHUP) return beginShutdown();
+      options_.hangup();
+      waitForSignal();
+    });
+  }
+
   void waitForClient() {
     if (stopping_ || accepting_) return;
     if (connections_.size() >= options_.maxConnections && oldestSilent() == nullptr) return;
