@@ -86,6 +86,7 @@ void ControlConnection::waitForRequest(std::size_t maxRequestBytes) {
 ControlRequest ControlConnection::describeRequest(std::string text) const {
   ControlRequest request;
   request.text = std::move(text);
+  request.arrived = std::chrono::steady_clock::now();
   request.cancelled = cancellation_.get_token();
   ucred peer = {};
   socklen_t length = sizeof peer;

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdint>
 #include <map>
+#include <new>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -43,19 +44,6 @@ ControlServerOptions completed(ControlServerOptions options) {
   options.workers = std::max(1U, options.workers);
   options.maxConnections = std::max<std::size_t>(1, options.maxConnections);
   return options;
-}
-
-std::string runHandler(const ControlServer::Handler& handler, const ControlRequest& request) {
-  try {
-    std::string answer = handler(request);
-    if (answer.size() <= ControlServer::kMaxAnswerBytes) return answer;
-    return makeErrorAnswer("the answer is longer than " +
-                           std::to_string(ControlServer::kMaxAnswerBytes) + " bytes");
-  } catch (const std::exception& failure) {
-    return makeErrorAnswer(failure.what());
-  } catch (...) {
-    return makeErrorAnswer("the request failed for a reason that has no text");
-  }
 }
 
 }  // namespace
@@ -188,7 +176,7 @@ class ControlServer::Impl {
     // The connection's own operations keep the loop running until it has its answer.
     asio::post(*workers_, [this, connection = std::move(connection), request = std::move(request),
                            work = asio::make_work_guard(loop_)]() mutable {
-      std::string text = runHandler(handler_, request);
+      std::string text = answerWith(handler_, request);
       asio::post(loop_, [connection = std::move(connection), text = std::move(text)]() mutable {
         connection->answer(std::move(text));
       });
@@ -235,6 +223,21 @@ void ControlServer::stop() {
 
 const std::string& ControlServer::runtimeDirectory() const {
   return impl_->options().runtimeDirectory;
+}
+
+std::string answerWith(const ControlServer::Handler& handler, const ControlRequest& request) {
+  try {
+    std::string answer = handler(request);
+    if (answer.size() <= ControlServer::kMaxAnswerBytes) return answer;
+    return makeErrorAnswer("the answer is longer than " +
+                           std::to_string(ControlServer::kMaxAnswerBytes) + " bytes");
+  } catch (const std::bad_alloc&) {
+    return makeErrorAnswer("there is not enough memory for the request; ask again later");
+  } catch (const std::exception& failure) {
+    return makeErrorAnswer(failure.what());
+  } catch (...) {
+    return makeErrorAnswer("the request failed for a reason that has no text");
+  }
 }
 
 std::string makeErrorAnswer(const std::string& text) {

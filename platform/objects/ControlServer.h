@@ -66,6 +66,9 @@ class ControlServer {
   std::shared_ptr<Impl> impl_;
 };
 
+// The handler's answer as ControlServer sends it: failures become texts, see there.
+std::string answerWith(const ControlServer::Handler& handler, const ControlRequest& request);
+
 // The attribute text of a failure, `err::<text>`, on one line.
 std::string makeErrorAnswer(const std::string& text);
 

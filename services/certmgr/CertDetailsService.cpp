@@ -6,6 +6,7 @@
 #include "services/certmgr/CertDetailsAnswer.h"
 #include "services/certmgr/CertDetailsRequest.h"
 #include "services/certmgr/Evaluator.h"
+#include "services/certmgr/PeerFiles.h"
 #include "services/common/CertificateFiles.h"
 #include "services/common/CertificateNames.h"
 
@@ -25,17 +26,32 @@ std::vector<std::string> nameChain(const std::vector<X509Ptr>& chain,
   return named;
 }
 
+// The certificates of `paths`, as far as who asks may read them.
+std::vector<X509Ptr> readCertificates(const std::vector<std::string>& paths,
+                                      const ControlRequest& asker) {
+  const PeerFiles files(asker);
+  std::vector<X509Ptr> certificates;
+  certificates.reserve(paths.size());
+  for (const std::string& path : paths) {
+    certificates.push_back(parseDerCertificate(path, files.read(path)));
+  }
+  return certificates;
+}
+
 }  // namespace
 
 CertDetailsService::CertDetailsService(TrustSources sources, const std::string& chainDirectory,
                                        std::optional<std::time_t> when)
     : stores_(std::move(sources)), chainFiles_(chainDirectory), when_(when) {}
 
-std::string CertDetailsService::answer(const std::string& text) {
-  const CertDetailsRequest request = CertDetailsRequest::parse(text);
+void CertDetailsService::reload() {
+  stores_.forget();
+}
+
+std::string CertDetailsService::answer(const ControlRequest& asked) {
+  const CertDetailsRequest request = CertDetailsRequest::parse(asked.text);
   const auto store = stores_.get(request.application, request.className);
-  std::vector<X509Ptr> sent;
-  for (const std::string& path : request.paths) sent.push_back(readDerCertificate(path));
+  const std::vector<X509Ptr> sent = readCertificates(request.paths, asked);
   std::vector<X509*> intermediates;
   for (std::size_t i = 1; i < sent.size(); ++i) intermediates.push_back(sent[i].get());
 

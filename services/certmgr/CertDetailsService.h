@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/objects/ControlRequest.h"
 #include "services/certmgr/ChainFiles.h"
 #include "services/certmgr/TrustStores.h"
 
@@ -13,13 +14,16 @@
 class CertDetailsService {
  public:
   // Verdicts are about `when`, or the time of the request. `chainDirectory` is for
-  // ChainFiles, whose failures this throws.
+  // ChainFiles.
   CertDetailsService(TrustSources sources, const std::string& chainDirectory,
                      std::optional<std::time_t> when);
 
-  // The answer to one request text. Throws std::runtime_error, whose text is the
-  // answer's "err", when the request cannot be used.
-  std::string answer(const std::string& text);
+  // The answer to one request, whose files are read with the rights of who sent it. Throws
+  // std::runtime_error, whose text is the answer's "err", when the request cannot be used.
+  std::string answer(const ControlRequest& asked);
+
+  // Forgets what it knows of stores, so that each is read anew when it is next asked for.
+  void reload();
 
  private:
   TrustStores stores_;

@@ -152,6 +152,11 @@ bool TrustStores::isStoreName(const std::string& name) {
   });
 }
 
+void TrustStores::forget() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  kept_.clear();
+}
+
 std::shared_ptr<const TrustStore> TrustStores::get(const std::string& application,
                                                    const std::string& className) {
   if (!isStoreName(application)) throw std::runtime_error("\"application\" names no trust store");

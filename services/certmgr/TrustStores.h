@@ -61,6 +61,9 @@ class TrustStores {
   std::shared_ptr<const TrustStore> get(const std::string& application,
                                         const std::string& className);
 
+  // Drops what is kept; stores that are in use stay whole.
+  void forget();
+
  private:
   struct Kept {
     std::string state;

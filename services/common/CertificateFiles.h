@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <string>
 
+#include "platform/objects/ControlSocket.h"
 #include "services/common/CertificateDer.h"
 #include "services/common/OpenSslOwners.h"
 
@@ -24,6 +25,14 @@ X509Ptr readDerCertificate(const std::string& path);
 
 // The same, but gives the bytes of the file.
 CertificateDer readCertificateBytes(const std::string& path);
+
+// The same files, but whatever bytes they hold; the second from where the file was opened, or not
+// (with errno) when it is empty. `path` is what messages call it.
+std::string readCertificateFile(const std::string& path);
+std::string readCertificateFile(const OwnedFd& file, const std::string& path);
+
+// The one certificate of such bytes. Throws as readDerCertificate() does.
+X509Ptr parseDerCertificate(const std::string& path, const std::string& der);
 
 // The certificate as DER. Throws std::runtime_error when OpenSSL cannot.
 std::string derOf(X509* certificate);
