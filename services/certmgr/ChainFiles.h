@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include <openssl/x509.h>
+#include "services/certmgr/path/ParsedCertificate.h"
 
 // The directory of ChainFiles, as long as the service lives.
 class ChainDirectory {
@@ -36,7 +36,7 @@ class ChainFiles {
 
   // The path of the certificate's file, which is complete when this returns.
   // Throws std::runtime_error when it cannot be written; nothing is left then.
-  std::string pathOf(X509* certificate);
+  std::string pathOf(const ParsedCertificate& certificate);
 
  private:
   std::string directory_;

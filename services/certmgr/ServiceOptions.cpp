@@ -1,14 +1,13 @@
 #include "services/certmgr/ServiceOptions.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <thread>
 #include <utility>
 
 #include <CLI/CLI.hpp>
 
-#include "services/certmgr/VerificationTime.h"
 #include "services/common/ServiceMain.h"
+#include "services/common/TimeText.h"
 
 namespace {
 
@@ -16,12 +15,10 @@ constexpr unsigned kFewestWorkers = 2;  // so that one that is busy for long is 
 constexpr unsigned kMostWorkersUnasked = 16;
 constexpr int kMaxDeadlineSeconds = 24 * 60 * 60;
 
-std::time_t timeOf(const std::string& text) {
-  try {
-    return parseVerificationTime(text);
-  } catch (const std::runtime_error& wrong) {
-    throw CLI::ValidationError("--verification-time", wrong.what());
-  }
+std::int64_t timeOf(const std::string& text) {
+  if (const auto moment = parseTime(text)) return *moment;
+  throw CLI::ValidationError("--verification-time",
+                             "not a time: \"" + text + "\" (2026-02-02T00:00:01Z or @SECONDS)");
 }
 
 // A check that is made once, where the service starts: a worker gets the same command line when

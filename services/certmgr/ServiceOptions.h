@@ -2,7 +2,7 @@
 #define SERVICES_CERTMGR_SERVICEOPTIONS_H
 
 #include <chrono>
-#include <ctime>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -20,7 +20,7 @@ struct ServiceOptions {
   TrustSources trust;
   std::string systemAnchors = "/etc/ssl/certs";
   bool noSystemAnchors = false;
-  std::optional<std::time_t> when;
+  std::optional<std::int64_t> when;
   ControlServerOptions server;
   std::chrono::seconds deadline{20};
   bool inProcess = false;

@@ -65,18 +65,7 @@ std::string readFile(const OwnedFd& fd, const std::string& path, std::size_t max
   }
 }
 
-}  // namespace
-
-std::string readCertificateFile(const std::string& path) {
-  if (path.empty() || path.front() != '/') fail(path, "the path is not absolute");
-  return readFile(openNamed(path), path, kMaxCertificateBytes, nullptr);
-}
-
-std::string readCertificateFile(const OwnedFd& file, const std::string& path) {
-  return readFile(file, path, kMaxCertificateBytes, nullptr);
-}
-
-X509Ptr parseDerCertificate(const std::string& path, const std::string& der) {
+X509Ptr parseCertificate(const std::string& path, const std::string& der) {
   const auto* begin = reinterpret_cast<const unsigned char*>(der.data());
   const unsigned char* at = begin;
   X509Ptr certificate(d2i_X509(nullptr, &at, static_cast<long>(der.size())));
@@ -85,6 +74,8 @@ X509Ptr parseDerCertificate(const std::string& path, const std::string& der) {
   if (at != begin + der.size()) fail(path, "there are bytes after its certificate");
   return certificate;
 }
+
+}  // namespace
 
 std::string readPlainFile(const std::string& path, std::size_t maxBytes) {
   return readFile(OwnedFd(::open(path.c_str(), kOpenFlags)), path, maxBytes, nullptr);
@@ -95,13 +86,22 @@ std::string readOwnedFile(const std::string& path, std::size_t maxBytes, uid_t o
   return readFile(fd, path, maxBytes, &owner);
 }
 
+std::string readCertificateFile(const std::string& path) {
+  if (path.empty() || path.front() != '/') fail(path, "the path is not absolute");
+  return readFile(openNamed(path), path, kMaxCertificateBytes, nullptr);
+}
+
+std::string readCertificateFile(const OwnedFd& file, const std::string& path) {
+  return readFile(file, path, kMaxCertificateBytes, nullptr);
+}
+
 X509Ptr readDerCertificate(const std::string& path) {
-  return parseDerCertificate(path, readCertificateFile(path));
+  return parseCertificate(path, readCertificateFile(path));
 }
 
 CertificateDer readCertificateBytes(const std::string& path) {
   const std::string der = readCertificateFile(path);
-  parseDerCertificate(path, der);
+  parseCertificate(path, der);
   return {der.begin(), der.end()};
 }
 

@@ -1,6 +1,7 @@
 #ifndef SERVICES_CERTMGR_PATH_PARSEDCERTIFICATE_H
 #define SERVICES_CERTMGR_PATH_PARSEDCERTIFICATE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -81,6 +82,7 @@ struct ParsedCertificate {
   std::optional<unsigned> keyUsage;  // bit n as 1 << n: kDigitalSignature ...
   std::optional<std::vector<std::string_view>> extendedKeyUsage;
   bool hasAltNames = false;
+  bool altNamesUnreadable = false;  // there are some, but not even one is kept here
   std::vector<GeneralName> altNames;
   std::optional<NameConstraints> nameConstraints;
   Policies policies;
@@ -95,6 +97,8 @@ struct ParsedCertificate {
   static constexpr unsigned kCrlSign = 1U << 6;
 
   bool isSelfIssued() const { return subject == issuer; }
+  // About what it takes in memory, in bytes.
+  std::size_t footprint() const;
 };
 
 using CertificatePtr = std::shared_ptr<const ParsedCertificate>;

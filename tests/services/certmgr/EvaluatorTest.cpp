@@ -1,80 +1,25 @@
 #include "services/certmgr/Evaluator.h"
 
 #include <atomic>
-#include <list>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <openssl/pem.h>
 
-#include "services/certmgr/TrustStores.h"
-#include "services/certmgr/VerificationTime.h"
-#include "services/common/CertificateFiles.h"
+#include "tests/services/certmgr/JudgedTest.h"
 #include "tests/support/CertificateMaker.h"
-#include "tests/support/TemporaryDirectory.h"
 
 namespace {
 
-// Findings as their names, so that a difference can be read.
-std::string namesOf(Warnings warnings) {
-  std::list<std::string> names;
-  CertificateWarnings::appendNames(warnings, &names);
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : " ") + name;
-  return text;
-}
-
-class EvaluatorTest : public testing::Test {
- protected:
-  EvaluatorTest()
-      : root(CertificateMaker("Root").asCa().make()),
-        inter(CertificateMaker("Inter").asCa().issuedBy(root).make()) {
-    trust(root);
-  }
-
-  void trust(const TestCertificate& anchor) {
-    addToHashedDirectory(directory_.path("common/user_trusted"), anchor);
-  }
-  void publish(const CrlMaker& crl) {
-    addToHashedDirectory(directory_.path("common/user_trusted"), crl);
-  }
-
-  static CertificateMaker leafBy(const TestCertificate& issuer) {
-    CertificateMaker maker("leaf.example");
-    maker.asServer().dns("leaf.example").issuedBy(issuer);
-    return maker;
-  }
-
-  Evaluation evaluate(const TestCertificate& leaf, const std::vector<TestCertificate>& others,
-                      const std::string& when = "2026-01-01T00:00:00Z") const {
-    TrustSources sources;
-    sources.root = directory_.path();
-    TrustStores stores(sources);
-    std::vector<X509*> intermediates;
-    for (const TestCertificate& other : others) intermediates.push_back(other.get());
-    return evaluateChain(leaf.get(), intermediates, *stores.get("common", "user_trusted"),
-                         parseVerificationTime(when));
-  }
-
-  std::string findings(const TestCertificate& leaf, const std::vector<TestCertificate>& others,
-                       const std::string& when = "2026-01-01T00:00:00Z") const {
-    return namesOf(evaluate(leaf, others, when).warnings);
-  }
-
-  TemporaryDirectory directory_;
-  TestCertificate root;
-  TestCertificate inter;
-};
+class EvaluatorTest : public JudgedTest {};
 
 TEST_F(EvaluatorTest, GoodChainHasNoFinding) {
   EXPECT_EQ("", findings(leafBy(inter).make(), {inter}));
 }
 
 TEST_F(EvaluatorTest, ChainRunsFromTheLeafToItsAnchor) {
-  EXPECT_EQ(3U, evaluate(leafBy(inter).make(), {inter}).chain.size());
+  EXPECT_EQ(3U, evaluate(leafBy(inter).make(), {inter}).path.size());
 }
 
 TEST_F(EvaluatorTest, LeafWithoutAnyExtensionIsGood) {
@@ -110,8 +55,8 @@ TEST_F(EvaluatorTest, TrustedLeafOfAnUnknownIssuerIsGoodWhateverComesWithIt) {
   const TestCertificate leaf = leafBy(stranger).make();
   trust(leaf);
   const Evaluation evaluation = evaluate(leaf, {stranger});
-  EXPECT_EQ("", namesOf(evaluation.warnings));
-  EXPECT_EQ(1U, evaluation.chain.size());
+  EXPECT_EQ("", namesOf(evaluation.warnings()));
+  EXPECT_EQ(1U, evaluation.path.size());
 }
 
 TEST_F(EvaluatorTest, TrustedLeafMayNotIssueOthers) {
@@ -122,32 +67,26 @@ TEST_F(EvaluatorTest, TrustedLeafMayNotIssueOthers) {
 
 TEST_F(EvaluatorTest, LeafThatIsAnAnchorOnlyForOtherUsesIsNotTrusted) {
   const TestCertificate self = CertificateMaker("self.example").make();
-  BioPtr bio(BIO_new(BIO_s_mem()));
-  const OpenSslOwner<ASN1_OBJECT, ASN1_OBJECT_free> use(OBJ_txt2obj("serverAuth", 0));
-  X509_add1_reject_object(self.get(), use.get());
-  PEM_write_bio_X509_AUX(bio.get(), self.get());
-  X509_reject_clear(self.get());
-  char* pem = nullptr;
-  const long length = BIO_get_mem_data(bio.get(), &pem);
-  directory_.write("common/user_trusted/00000000.0", {pem, static_cast<size_t>(length)});
-  EXPECT_EQ("KU_INVALID NO_TRUSTED", findings(self, {}));
+  store->add(Anchor{ParsedCertificate::parse(self.derString()), Anchor::Use::refused});
+  EXPECT_EQ("NO_TRUSTED", findings(self, {}));
 }
 
-TEST_F(EvaluatorTest, ManyThreadsMayShareOneStore) {
-  TrustSources sources;
-  sources.root = directory_.path();
+TEST_F(EvaluatorTest, AnchorForServersInSoManyWordsMayBeForOtherPurposesToo) {
+  const TestCertificate mail = ca("Mail Root").extendedKeyUsage("emailProtection").make();
+  store->add(Anchor{ParsedCertificate::parse(mail.derString()), Anchor::Use::server});
+  EXPECT_EQ("", findings(leafBy(mail).make(), {}));
+}
+
+TEST_F(EvaluatorTest, ManyThreadsMayShareOneEvaluatorAndStore) {
   publish(CrlMaker(inter).revoke(leafBy(inter).serial({8}).make()));
-  const auto store = TrustStores(sources).get("common", "user_trusted");
-  const TestCertificate leaf = leafBy(inter).make();
+  const std::vector<std::string> chain = chainOf(leafBy(inter).make(), {inter});
+  Evaluator evaluator;
   std::atomic<int> valid{0};
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] {
-      const unsigned char* der = leaf.der().data();
-      const X509Ptr own(d2i_X509(nullptr, &der, static_cast<long>(leaf.der().size())));
       for (int j = 0; j < 25; ++j) {
-        valid +=
-            evaluateChain(own.get(), {inter.get()}, *store, std::nullopt).warnings == 0 ? 1 : 0;
+        valid += evaluator.evaluate(chain, store, 1767225600).evaluation->isValid() ? 1 : 0;
       }
     });
   }
@@ -359,11 +298,10 @@ TEST_F(EvaluatorTest, AnchorOfTheRightNameAndAnotherKeyIdentifier) {
   EXPECT_EQ("INVALID_ISSUER", findings(leafBy(keyed).authorityKeyId({9, 9, 9}).make(), {}));
 }
 
-TEST_F(EvaluatorTest, IntermediateOfTheRightNameAndAnotherKeyIdentifierIsNoTrustEither) {
+TEST_F(EvaluatorTest, IntermediateOfTheRightNameAndKeyAndAnotherKeyIdentifier) {
   const TestCertificate keyed =
       CertificateMaker("Keyed").asCa().subjectKeyId({1, 2, 3}).issuedBy(root).make();
-  EXPECT_EQ("NO_TRUSTED INVALID_ISSUER",
-            findings(leafBy(keyed).authorityKeyId({9, 9, 9}).make(), {keyed}));
+  EXPECT_EQ("INVALID_ISSUER", findings(leafBy(keyed).authorityKeyId({9, 9, 9}).make(), {keyed}));
 }
 
 TEST_F(EvaluatorTest, AllFindingsAreReportedAtOnce) {
