@@ -3,7 +3,9 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include <asio/error.hpp>
 
@@ -24,6 +26,23 @@ void discardInput(int fd) {
   for (int i = 0; i < kMost && length > 0; ++i) {
     length = ::recv(fd, &byte, sizeof byte, MSG_DONTWAIT);
   }
+}
+
+// The groups that the client had when it connected; systems before them tell of none.
+std::optional<std::vector<gid_t>> groupsOfPeer(int fd) {
+#ifdef SO_PEERGROUPS
+  std::vector<gid_t> groups(32);  // as many as most users have; the kernel says when it is more
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    auto length = static_cast<socklen_t>(groups.size() * sizeof(gid_t));
+    const bool known = ::getsockopt(fd, SOL_SOCKET, SO_PEERGROUPS, groups.data(), &length) == 0;
+    if (!known && errno != ERANGE) break;
+    groups.resize(length / sizeof(gid_t));
+    if (known) return groups;
+  }
+#else
+  (void)fd;
+#endif
+  return std::nullopt;
 }
 
 }  // namespace
@@ -67,6 +86,7 @@ void ControlConnection::waitForRequest(std::size_t maxRequestBytes) {
 ControlRequest ControlConnection::describeRequest(std::string text) const {
   ControlRequest request;
   request.text = std::move(text);
+  request.arrived = std::chrono::steady_clock::now();
   request.cancelled = cancellation_.get_token();
   ucred peer = {};
   socklen_t length = sizeof peer;
@@ -76,6 +96,7 @@ ControlRequest ControlConnection::describeRequest(std::string text) const {
     request.pid = peer.pid;
     request.uid = peer.uid;
     request.gid = peer.gid;
+    request.groups = groupsOfPeer(fd);
   }
   return request;
 }

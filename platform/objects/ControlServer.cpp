@@ -9,8 +9,10 @@
 #include <csignal>
 #include <cstdint>
 #include <map>
+#include <new>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 #include <asio/io_context.hpp>
 #include <asio/posix/stream_descriptor.hpp>
@@ -44,27 +46,6 @@ ControlServerOptions completed(ControlServerOptions options) {
   return options;
 }
 
-void maskEndingSignals(int how) {
-  sigset_t ending;
-  sigemptyset(&ending);
-  sigaddset(&ending, SIGTERM);
-  sigaddset(&ending, SIGINT);
-  pthread_sigmask(how, &ending, nullptr);
-}
-
-std::string runHandler(const ControlServer::Handler& handler, const ControlRequest& request) {
-  try {
-    std::string answer = handler(request);
-    if (answer.size() <= ControlServer::kMaxAnswerBytes) return answer;
-    return makeErrorAnswer("the answer is longer than " +
-                           std::to_string(ControlServer::kMaxAnswerBytes) + " bytes");
-  } catch (const std::exception& failure) {
-    return makeErrorAnswer(failure.what());
-  } catch (...) {
-    return makeErrorAnswer("the request failed for a reason that has no text");
-  }
-}
-
 }  // namespace
 
 class ControlServer::Impl {
@@ -84,21 +65,18 @@ class ControlServer::Impl {
   void run(bool handleSignals) {
     // Held back but for the time of the loop, and in the workers altogether: one signal ends
     // the service in order, and a second one must not cut the cleaning up short.
-    if (handleSignals) maskEndingSignals(SIG_BLOCK);
+    if (handleSignals) maskSignals(SIG_BLOCK);
     asio::thread_pool workers(options_.workers);
     workers_ = &workers;
     if (handleSignals) {
-      signals_.add(SIGTERM);
-      signals_.add(SIGINT);
-      signals_.async_wait([this](const asio::error_code& error, int) {
-        if (!error) beginShutdown();
-      });
-      maskEndingSignals(SIG_UNBLOCK);
+      for (const int number : handledSignals()) signals_.add(number);
+      waitForSignal();
+      maskSignals(SIG_UNBLOCK);
     }
     waitForClient();
     announceReady(options_.readyFd);
     loop_.run();
-    if (handleSignals) maskEndingSignals(SIG_BLOCK);
+    if (handleSignals) maskSignals(SIG_BLOCK);
     workers.join();
   }
 
@@ -107,6 +85,28 @@ class ControlServer::Impl {
   }
 
  private:
+  std::vector<int> handledSignals() const {
+    std::vector<int> numbers = {SIGTERM, SIGINT};
+    if (options_.hangup) numbers.push_back(SIGHUP);
+    return numbers;
+  }
+
+  void maskSignals(int how) const {
+    sigset_t handled;
+    sigemptyset(&handled);
+    for (const int number : handledSignals()) sigaddset(&handled, number);
+    pthread_sigmask(how, &handled, nullptr);
+  }
+
+  void waitForSignal() {
+    signals_.async_wait([this](const asio::error_code& error, int number) {
+      if (error) return;
+      if (number != SIGHUP) return beginShutdown();
+      options_.hangup();
+      waitForSignal();
+    });
+  }
+
   void waitForClient() {
     if (stopping_ || accepting_) return;
     if (connections_.size() >= options_.maxConnections && oldestSilent() == nullptr) return;
@@ -176,7 +176,7 @@ class ControlServer::Impl {
     // The connection's own operations keep the loop running until it has its answer.
     asio::post(*workers_, [this, connection = std::move(connection), request = std::move(request),
                            work = asio::make_work_guard(loop_)]() mutable {
-      std::string text = runHandler(handler_, request);
+      std::string text = answerWith(handler_, request);
       asio::post(loop_, [connection = std::move(connection), text = std::move(text)]() mutable {
         connection->answer(std::move(text));
       });
@@ -223,6 +223,21 @@ void ControlServer::stop() {
 
 const std::string& ControlServer::runtimeDirectory() const {
   return impl_->options().runtimeDirectory;
+}
+
+std::string answerWith(const ControlServer::Handler& handler, const ControlRequest& request) {
+  try {
+    std::string answer = handler(request);
+    if (answer.size() <= ControlServer::kMaxAnswerBytes) return answer;
+    return makeErrorAnswer("the answer is longer than " +
+                           std::to_string(ControlServer::kMaxAnswerBytes) + " bytes");
+  } catch (const std::bad_alloc&) {
+    return makeErrorAnswer("there is not enough memory for the request; ask again later");
+  } catch (const std::exception& failure) {
+    return makeErrorAnswer(failure.what());
+  } catch (...) {
+    return makeErrorAnswer("the request failed for a reason that has no text");
+  }
 }
 
 std::string makeErrorAnswer(const std::string& text) {

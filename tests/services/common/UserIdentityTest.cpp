@@ -1,4 +1,4 @@
-#include "services/dialog/UserIdentity.h"
+#include "services/common/UserIdentity.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,7 +13,7 @@
 
 #include <gtest/gtest.h>
 
-#include "services/dialog/UserAccount.h"
+#include "services/common/UserAccount.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace {
@@ -99,8 +99,7 @@ TEST_F(UserIdentityTest, WhoIsNotRootActsForNobodyElse) {
       const UserIdentity identity({geteuid() + 1, getegid(), {}, "somebody", ""});
     } catch (const std::runtime_error& refused) {
       const std::string reason = refused.what();
-      _exit(reason == "the dialog service runs for another user and shows somebody nothing" ? 0
-                                                                                            : 3);
+      _exit(reason == "the service runs as another user and does nothing for somebody" ? 0 : 3);
     }
     _exit(4);
   }
