@@ -1,5 +1,8 @@
 #include "services/common/UserIdentity.h"
 
+#include <linux/capability.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -89,6 +92,29 @@ TEST_F(UserIdentityTest, OtherThreadsKeepTheirRights) {
   const UserIdentity identity(lookUpUser(kStranger, kStranger));
   changed.set_value();
   EXPECT_TRUE(readable.get());
+}
+
+// A service need not be root for it.
+TEST_F(UserIdentityTest, WhoMaySetUserAndGroupActsForOthers) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root gives capabilities";
+  constexpr uid_t kService = kStranger + 1;
+  ASSERT_EQ(0, chown(secret_.c_str(), kStranger, kStranger));
+  const pid_t child = fork();
+  if (child == 0) {
+    prctl(PR_SET_KEEPCAPS, 1, 0, 0, 0);
+    __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
+    data[0].effective = data[0].permitted = 1U << CAP_SETUID | 1U << CAP_SETGID;
+    if (!becomeUser({kService, kService, {}, "", ""}) || syscall(SYS_capset, &header, data) != 0) {
+      _exit(2);
+    }
+    if (canRead()) _exit(3);
+    const UserIdentity identity(lookUpUser(kStranger, kStranger));
+    _exit(canRead() ? 0 : 4);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(0, WEXITSTATUS(status));
 }
 
 TEST_F(UserIdentityTest, WhoIsNotRootActsForNobodyElse) {
