@@ -76,12 +76,12 @@ class RevocationCheck : public testing::Test {
 
   std::string check(const TestCertificate& certificate,
                     const std::vector<TestCertificate>& others = {}) {
-    return check(std::vector<TestCertificate>{certificate, inter, root}, others);
+    return checkPath({certificate, inter, root}, others);
   }
 
-  std::string check(const std::vector<TestCertificate>& path,
-                    const std::vector<TestCertificate>& others,
-                    std::int64_t units = Budget::kDefault) {
+  std::string checkPath(const std::vector<TestCertificate>& path,
+                        const std::vector<TestCertificate>& others,
+                        std::int64_t units = Budget::kDefault) {
     std::vector<CertificatePtr> members(path.size());
     std::transform(path.begin(), path.end(), members.begin(), parsed);
     std::vector<CertificatePtr> along(others.size());
@@ -187,7 +187,7 @@ TEST_F(RevocationCheck, IssuerThatMayNotSignListsProvesNothing) {
       CertificateMaker("Inter").asCa().keyUsage("critical,keyCertSign").issuedBy(root).make();
   const TestCertificate muteLeaf = leafBy(mute).make();
   store.add(ListMaker(mute).revoke("\x07").make());
-  EXPECT_EQ("", check({muteLeaf, mute, root}, {}));
+  EXPECT_EQ("", checkPath({muteLeaf, mute, root}, {}));
 }
 
 TEST_F(RevocationCheck, IssuerWithoutKeyUsageMaySignLists) {
@@ -195,7 +195,7 @@ TEST_F(RevocationCheck, IssuerWithoutKeyUsageMaySignLists) {
       CertificateMaker("Inter").basicConstraints("critical,CA:TRUE").issuedBy(root).make();
   const TestCertificate plainLeaf = leafBy(plain).make();
   store.add(ListMaker(plain).revoke("\x07").make());
-  EXPECT_EQ(kLeafRevoked, check({plainLeaf, plain, root}, {}));
+  EXPECT_EQ(kLeafRevoked, checkPath({plainLeaf, plain, root}, {}));
 }
 
 TEST_F(RevocationCheck, OtherKeyOfTheIssuerByTheSameAuthorityMaySign) {
@@ -247,7 +247,7 @@ TEST_F(RevocationCheck, NewKeyOfTheIssuerHigherUpThePathMaySign) {
       CertificateMaker("Inter").asCa().serial({4}).issuedBy(inter).make();
   const TestCertificate oldLeaf = leafBy(oldWithNew).make();
   store.add(ListMaker(inter).revoke("\x07").make());
-  EXPECT_EQ(kLeafRevoked, check({oldLeaf, oldWithNew, inter, root}, {}));
+  EXPECT_EQ(kLeafRevoked, checkPath({oldLeaf, oldWithNew, inter, root}, {}));
 }
 
 // The end of the path.
@@ -255,14 +255,14 @@ TEST_F(RevocationCheck, NewKeyOfTheIssuerHigherUpThePathMaySign) {
 TEST_F(RevocationCheck, LeafThatIsAnAnchorIsRevokedByAnAnchor) {
   trust(inter);
   store.add(ListMaker(inter).revoke("\x07").make());
-  EXPECT_EQ(kLeafRevoked, check({leaf}, {}));
+  EXPECT_EQ(kLeafRevoked, checkPath({leaf}, {}));
 }
 
 TEST_F(RevocationCheck, AnchorIsNotRevokedByOneThatOnlyBearsItsIssuersName) {
   const TestCertificate namesake = CertificateMaker("Inter").asCa().make();
   trust(namesake);
   store.add(ListMaker(namesake).revoke("\x07").make());
-  EXPECT_EQ("", check({leaf}, {}));
+  EXPECT_EQ("", checkPath({leaf}, {}));
 }
 
 // What is not understood.
@@ -511,7 +511,8 @@ TEST_F(RevocationCheck, OfSeveralListsTheOneOfTheSmallestFingerprintIsShown) {
 
 TEST_F(RevocationCheck, SpentBudgetIsAFinding) {
   store.add(ListMaker(inter).revoke("\x07").make());
-  EXPECT_EQ("0 gave_up: the revocation lists are too many\n", check({leaf, inter, root}, {}, 10));
+  EXPECT_EQ("0 gave_up: the revocation lists are too many\n",
+            checkPath({leaf, inter, root}, {}, 10));
 }
 
 }  // namespace
