@@ -1,26 +1,28 @@
 #include "services/certmgr/CertDetailsService.h"
 
+#include <stdexcept>
 #include <utility>
 #include <vector>
 
+#include "services/certmgr/AnswerNames.h"
 #include "services/certmgr/CertDetailsAnswer.h"
 #include "services/certmgr/CertDetailsRequest.h"
-#include "services/certmgr/Evaluator.h"
 #include "services/common/CertificateFiles.h"
 #include "services/common/CertificateNames.h"
+#include "services/common/TimeText.h"
 
 namespace {
 
 // A certificate that came with the request is named by the path it came by, so that
 // the same chain gets the very paths that were sent; any other by a file of ours.
-std::vector<std::string> nameChain(const std::vector<X509Ptr>& chain,
-                                   const std::vector<X509Ptr>& sent,
+std::vector<std::string> nameChain(const std::vector<CertificatePtr>& chain,
+                                   const std::vector<std::string>& sent,
                                    const std::vector<std::string>& paths, ChainFiles& files) {
   std::vector<std::string> named;
-  for (const X509Ptr& certificate : chain) {
+  for (const CertificatePtr& certificate : chain) {
     std::size_t at = 0;
-    while (at < sent.size() && X509_cmp(sent[at].get(), certificate.get()) != 0) ++at;
-    named.push_back(at < sent.size() ? paths[at] : files.pathOf(certificate.get()));
+    while (at < sent.size() && sent[at] != certificate->der) ++at;
+    named.push_back(at < sent.size() ? paths[at] : files.pathOf(*certificate));
   }
   return named;
 }
@@ -28,25 +30,42 @@ std::vector<std::string> nameChain(const std::vector<X509Ptr>& chain,
 }  // namespace
 
 CertDetailsService::CertDetailsService(TrustSources sources, const std::string& chainDirectory,
-                                       std::optional<std::time_t> when)
-    : stores_(std::move(sources)), chainFiles_(chainDirectory), when_(when) {}
+                                       std::optional<std::int64_t> when, EvaluatorOptions options)
+    : stores_(std::move(sources)),
+      evaluator_(std::move(options)),
+      chainFiles_(chainDirectory),
+      when_(when) {}
+
+Verdict CertDetailsService::judge(const CertDetailsRequest& request,
+                                  const std::vector<std::string>& sent) {
+  const auto store = stores_.get(request.application, request.className);
+  try {
+    return evaluator_.evaluate(sent, store, when_.value_or(currentTime()));
+  } catch (const UnreadableCertificate& unreadable) {
+    throw std::runtime_error("cannot use the file " + request.paths[unreadable.place()] +
+                             ": it holds no DER certificate (" + unreadable.what() + ")");
+  }
+}
 
 std::string CertDetailsService::answer(const std::string& text) {
   const CertDetailsRequest request = CertDetailsRequest::parse(text);
-  const auto store = stores_.get(request.application, request.className);
-  std::vector<X509Ptr> sent;
-  for (const std::string& path : request.paths) sent.push_back(readDerCertificate(path));
-  std::vector<X509*> intermediates;
-  for (std::size_t i = 1; i < sent.size(); ++i) intermediates.push_back(sent[i].get());
+  std::vector<std::string> sent;
+  for (const std::string& path : request.paths) sent.push_back(readCertificateFile(path));
+  const Verdict verdict = judge(request, sent);
 
-  X509* leaf = sent.front().get();
-  const Evaluation evaluation = evaluateChain(leaf, intermediates, *store, when_);
+  const Evaluation& evaluation = *verdict.evaluation;
+  const ParsedCertificate& leaf = *evaluation.path.front();
   CertDetailsAnswer answer;
   answer.id = request.id;
-  answer.serial = serialNumberOf(leaf);
+  answer.serial = serialNumberText(leaf.serial);
   answer.commonNames = commonNamesOf(leaf);
   answer.subjectAltNames = subjectAltNamesOf(leaf);
-  answer.warnings = evaluation.warnings;
-  answer.chain = nameChain(evaluation.chain, sent, request.paths, chainFiles_);
+  answer.warnings = evaluation.warnings();
+  answer.chain = nameChain(evaluation.path, sent, request.paths, chainFiles_);
   return answer.encode();
+}
+
+void CertDetailsService::reload() {
+  stores_.forget();
+  evaluator_.forget();
 }

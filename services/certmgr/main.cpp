@@ -12,8 +12,8 @@
 
 #include "platform/objects/ControlServer.h"
 #include "services/certmgr/CertDetailsService.h"
-#include "services/certmgr/VerificationTime.h"
 #include "services/common/ServiceMain.h"
+#include "services/common/TimeText.h"
 
 namespace {
 
@@ -45,12 +45,10 @@ struct Options {
   bool ephemeral = false;
 };
 
-std::time_t timeOf(const std::string& text) {
-  try {
-    return parseVerificationTime(text);
-  } catch (const std::runtime_error& wrong) {
-    throw CLI::ValidationError("--verification-time", wrong.what());
-  }
+std::int64_t timeOf(const std::string& text) {
+  if (const auto moment = parseTime(text)) return *moment;
+  throw CLI::ValidationError("--verification-time",
+                             "not a time: \"" + text + "\" (2026-02-02T00:00:01Z or @SECONDS)");
 }
 
 void describe(CLI::App& app, Options& options) {
