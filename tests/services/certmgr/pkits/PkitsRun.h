@@ -13,4 +13,7 @@ inline constexpr const char* kPkitsPackage =
 // What our evaluator says: "valid", or the names of its warnings in bit order.
 std::string judge(const PkitsCase& one);
 
+// Whether that is what the suite expects: validity, and what a refusal is about.
+bool isExpected(const PkitsCase& one, const std::string& verdict);
+
 #endif
