@@ -63,6 +63,7 @@ class Assembly {
       maker.organization("Example");
       if (isLeaf) {
         maker.commonName("host.example").dns("host.example").asServer();
+        addNames(maker);
       } else {
         maker.commonName("Inter " + std::to_string(place)).asCa();
       }
@@ -76,6 +77,12 @@ class Assembly {
       members_.push_back(std::move(member));
     }
     sound_ = members_;
+  }
+
+  void addNames(CertificateMaker& maker) {
+    if (!random_.percent(20)) return;
+    note("many-names");
+    maker.uri("https://host.example/x").email("someone@example").ip("10.1.2.3");
   }
 
   Bytes serial() {

@@ -31,7 +31,7 @@ std::set<std::string> wordsOf(const std::string& text) {
 
 bool holds(const DisagreementClass& one, const std::string& finding,
            const std::set<std::string>& features) {
-  return one.finding == finding &&
+  return one.findings.count(finding) != 0 &&
          (one.features.empty() ||
           std::any_of(one.features.begin(), one.features.end(),
                       [&](const std::string& feature) { return features.count(feature) != 0; }));
@@ -50,7 +50,7 @@ std::vector<DisagreementClass> readDisagreementClasses() {
       throw std::runtime_error("no class: " + line);
     }
     classes.push_back(
-        {columns[0], columns[1] == "we", columns[2], wordsOf(columns[3]), columns[4]});
+        {columns[0], columns[1] == "we", wordsOf(columns[2]), wordsOf(columns[3]), columns[4]});
   }
   return classes;
 }

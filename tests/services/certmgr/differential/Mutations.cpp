@@ -54,6 +54,12 @@ void changeOuterAlgorithm(CertificateParts& parts, Random& /*random*/) {
       derElement(DerReader::kSequence, hasNull ? oid : oid + std::string("\x05\x00", 2));
 }
 
+// The content has the issuer's name first, and all names here have this word.
+void changeCaseOfIssuer(CertificateParts& parts, Random& /*random*/) {
+  const auto at = parts.content.find("Example");
+  if (at != std::string::npos) parts.content.replace(at, 7, "eXAMPLE");
+}
+
 Bytes manyBytes(std::size_t count) {
   return Bytes(count, 0x42);
 }
@@ -182,6 +188,14 @@ const std::vector<Mutation> kMutations{
      [](Member& m, const World&, Random&) {
        m.maker.nameConstraints("critical,permitted;URI:.example");
      }},
+    {"permits-other-email", Target::authority,
+     [](Member& m, const World&, Random&) {
+       m.maker.nameConstraints("critical,permitted;email:other");
+     }},
+    {"permits-other-uri", Target::authority,
+     [](Member& m, const World&, Random&) {
+       m.maker.nameConstraints("critical,permitted;URI:.other");
+     }},
     {"permits-directory", Target::authority,
      [](Member& m, const World&, Random&) {
        m.maker.nameConstraints(directoryConstraint(0, "Example"));
@@ -257,6 +271,8 @@ const std::vector<Mutation> kMutations{
      [](Member& m, const World& world, Random&) { m.signer = world.strangers.front().key(); }},
     {"other-issuer-name", Target::any,
      [](Member& m, const World&, Random&) { m.maker.issuerCommonName("Nobody"); }},
+    {"issuer-in-other-letters", Target::any,
+     [](Member& m, const World&, Random&) { m.beforeSigning = changeCaseOfIssuer; }},
     {"other-authority-key", Target::any,
      [](Member& m, const World&, Random&) { m.maker.authorityKeyId(manyBytes(20)); }},
     {"no-authority-key", Target::any,
