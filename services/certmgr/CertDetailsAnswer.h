@@ -1,6 +1,7 @@
 #ifndef SERVICES_CERTMGR_CERTDETAILSANSWER_H
 #define SERVICES_CERTMGR_CERTDETAILSANSWER_H
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,6 +20,12 @@ struct CertDetailsAnswer {
 
   // The attribute text. Throws std::runtime_error when the codec refuses a member.
   std::string encode() const;
+
+  // The same in at most `most` bytes. Names that do not fit make room as far as no client misses
+  // them: first those other than DNS ones go, then duplicates, then what a wildcard covers; each
+  // kind as a whole, and only while it is needed. Throws std::runtime_error when all that is
+  // not enough: to leave out any other name would change verdicts.
+  std::string encodeWithin(std::size_t most) const;
 };
 
 #endif

@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/objects/ControlServer.h"
 #include "services/certmgr/CertDetailsAnswer.h"
 #include "services/certmgr/CertDetailsRequest.h"
 #include "services/certmgr/Evaluator.h"
@@ -48,5 +49,5 @@ std::string CertDetailsService::answer(const std::string& text) {
   answer.subjectAltNames = subjectAltNamesOf(leaf);
   answer.warnings = evaluation.warnings;
   answer.chain = nameChain(evaluation.chain, sent, request.paths, chainFiles_);
-  return answer.encode();
+  return answer.encodeWithin(ControlServer::kMaxAnswerBytes);
 }
