@@ -69,8 +69,8 @@ std::string_view derWholeBytes(std::string_view content);
 // Throws DerError for a negative one and one with superfluous bytes.
 unsigned derNumber(std::string_view content, unsigned most);
 
-// The content of an OBJECT IDENTIFIER as "2.5.29.19"; arcs beyond 64 bits come out as bytes in
-// hexadecimal. Never throws.
+// The content of an OBJECT IDENTIFIER as "2.5.29.19"; "unreadable" for what is none, and for one
+// with an arc beyond 64 bits.
 std::string oidText(std::string_view content);
 
 #endif

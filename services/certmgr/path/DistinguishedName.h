@@ -28,7 +28,7 @@ class DistinguishedName {
   // does not decode, as its bytes; in the order of the name.
   std::vector<std::string> values(std::string_view oid) const;
 
-  // For people: "CN=Root, O=Maker", every byte that is not printable ASCII escaped as \xNN.
+  // For people: "CN=Root, O=Maker", made printable by escapeText().
   std::string text() const;
 
  private:

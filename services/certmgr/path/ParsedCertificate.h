@@ -81,6 +81,7 @@ struct ParsedCertificate {
   std::optional<unsigned> keyUsage;  // bit n as 1 << n: kDigitalSignature ...
   std::optional<std::vector<std::string_view>> extendedKeyUsage;
   bool hasAltNames = false;
+  bool altNamesUnreadable = false;  // there are some, but not even one is kept here
   std::vector<GeneralName> altNames;
   std::optional<NameConstraints> nameConstraints;
   Policies policies;

@@ -29,18 +29,22 @@ class PublicKey {
   // SHA-256 of the element: names the key.
   const std::string& identity() const { return identity_; }
 
-  // NULL when OpenSSL refuses it. It lives as long as this object.
+  // NULL when OpenSSL refuses it. Throws std::bad_alloc; the next call then tries again. It lives
+  // as long as this object.
   EVP_PKEY* get() const;
 
  private:
   void readRsa(std::string_view bits);
   void readCurve(std::string_view parameters, std::string_view bits);
+  void make() const;
 
   Kind kind_ = Kind::other;
   unsigned bits_ = 0;
+  unsigned exponentBits_ = 0;
   std::string identity_;
-  std::string_view group_;  // OpenSSL's name of the curve
-  std::string material_;    // RSA: the modulus; else the key's bytes
+  const char* name_ = "unknown";
+  const char* group_ = "";  // OpenSSL's name of the curve
+  std::string material_;    // RSA: the modulus, highest byte first; else the key's bytes
   std::string exponent_;    // RSA
   mutable std::once_flag made_;
   mutable OpenSslOwner<EVP_PKEY, EVP_PKEY_free> key_;

@@ -23,8 +23,8 @@ enum class SignatureState {
 };
 
 // Checks with OpenSSL; costs what `key.checkCost()` says. Says nothing about the strength of
-// the key. Throws nothing.
-SignatureState checkSignature(const SignedBytes& bytes, const PublicKey& key) noexcept;
+// the key. Throws std::bad_alloc: a check that could not be made has no outcome to remember.
+SignatureState checkSignature(const SignedBytes& bytes, const PublicKey& key);
 
 // "sha256WithRSAEncryption", or the object identifier of an algorithm without a name.
 std::string algorithmText(std::string_view algorithm);

@@ -16,7 +16,7 @@ class SignatureMemory {
   explicit SignatureMemory(std::size_t capacity) : capacity_(capacity) {}
 
   // What checkSignature() says. `fingerprint` is the SHA-256 of what bears the signature, as a
-  // whole.
+  // whole. Throws std::bad_alloc.
   SignatureState check(const SignedBytes& bytes, const std::string& fingerprint,
                        const PublicKey& key);
 
