@@ -55,11 +55,7 @@ LogLine& LogLine::addEscaped(std::string_view key, std::string_view value, std::
   std::string safe;
   for (const char c : value) {
     const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20 && byte < 0x7f && c != '"') {
-      safe += c;
-    } else {
-      safe += escapeText({&c, 1}, "\"");
-    }
+    safe += byte < 0x20 || byte == 0x7f || c == '"' ? escapeText({&c, 1}, "\"") : std::string(1, c);
   }
   appendField(text_, key, fitLines(safe, columns, 1).front());
   return *this;

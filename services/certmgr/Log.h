@@ -22,7 +22,7 @@ class LogLine {
   // Bytes from anywhere; what does not print comes out as \xNN or \u{...}. At most `columns` of
   // them, at least 40, the rest being counted: "...\[12 more bytes]".
   LogLine& add(std::string_view key, std::string_view value, std::size_t columns = 120);
-  // A text that was escaped already, which a second time would make unreadable.
+  // A text that escapeText() made, which a second time would make unreadable.
   LogLine& addEscaped(std::string_view key, std::string_view value, std::size_t columns = 120);
   LogLine& add(std::string_view key, std::int64_t value);
 
