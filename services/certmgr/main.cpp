@@ -12,8 +12,10 @@
 
 #include "platform/objects/ControlServer.h"
 #include "services/certmgr/CertDetailsService.h"
+#include "services/certmgr/OperatorOptions.h"
 #include "services/certmgr/VerificationTime.h"
 #include "services/common/ServiceMain.h"
+#include "services/common/TimeText.h"
 
 namespace {
 
@@ -43,6 +45,7 @@ struct Options {
   std::optional<std::time_t> when;
   ControlServerOptions server;
   bool ephemeral = false;
+  OperatorOptions operation;
 };
 
 std::time_t timeOf(const std::string& text) {
@@ -89,6 +92,7 @@ void describe(CLI::App& app, Options& options) {
                  "Descriptor that gets the line READY when the service listens")
       ->type_name("NUMBER")
       ->check(whyNoDescriptor);
+  describeOperatorOptions(app, options.operation);
   app.footer(kManual);
   app.add_flag(
          "--ephemeral", options.ephemeral,
@@ -145,5 +149,10 @@ int main(int argc, char** argv) {
   CLI::App app("Certificate-manager service: evaluates certificate chains against trust stores",
                "trust-certmgrd");
   describe(app, options);
-  return runService(app, argc, argv, [&] { serve(std::move(options), parent); });
+  std::optional<int> asked;
+  const int status = runService(app, argc, argv, [&] {
+    asked = runInsteadOfServing(options.operation, options.when.value_or(currentTime()));
+    if (!asked) serve(std::move(options), parent);
+  });
+  return asked.value_or(status);
 }

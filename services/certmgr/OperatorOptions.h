@@ -1,0 +1,29 @@
+#ifndef SERVICES_CERTMGR_OPERATOROPTIONS_H
+#define SERVICES_CERTMGR_OPERATOROPTIONS_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "services/certmgr/Log.h"
+
+namespace CLI {
+class App;
+}
+
+// What whoever runs the service may ask of it beside serving.
+struct OperatorOptions {
+  std::optional<LogLevel> logLevel;  // nothing: as fits what is run
+  int countersFd = -1;               // of another process of the same service; -1: new ones
+  std::string checkStore;            // a directory to explain instead of serving; or empty
+};
+
+void describeOperatorOptions(CLI::App& app, OperatorOptions& options);
+
+// Does what was asked for in place of serving, and returns the program's exit status: 0 nothing
+// is wrong, 1 something is, 2 it could not be looked at (then with a line on stderr). Nothing
+// when the service is to serve. `now` is what to judge by, in seconds since 1970.
+std::optional<int> runInsteadOfServing(const OperatorOptions& options, std::int64_t now);
+
+#endif
