@@ -1,53 +1,119 @@
 #include "services/certmgr/CertDetailsService.h"
 
+#include <stdexcept>
 #include <utility>
 #include <vector>
 
 #include "platform/objects/ControlServer.h"
+#include "services/certmgr/AnswerNames.h"
 #include "services/certmgr/CertDetailsAnswer.h"
-#include "services/certmgr/CertDetailsRequest.h"
-#include "services/certmgr/Evaluator.h"
+#include "services/certmgr/CountersAnswer.h"
 #include "services/common/CertificateFiles.h"
 #include "services/common/CertificateNames.h"
+#include "services/common/TextReader.h"
+#include "services/common/TimeText.h"
 
 namespace {
 
 // A certificate that came with the request is named by the path it came by, so that
 // the same chain gets the very paths that were sent; any other by a file of ours.
-std::vector<std::string> nameChain(const std::vector<X509Ptr>& chain,
-                                   const std::vector<X509Ptr>& sent,
+std::vector<std::string> nameChain(const std::vector<CertificatePtr>& chain,
+                                   const std::vector<std::string>& sent,
                                    const std::vector<std::string>& paths, ChainFiles& files) {
   std::vector<std::string> named;
-  for (const X509Ptr& certificate : chain) {
+  for (const CertificatePtr& certificate : chain) {
     std::size_t at = 0;
-    while (at < sent.size() && X509_cmp(sent[at].get(), certificate.get()) != 0) ++at;
-    named.push_back(at < sent.size() ? paths[at] : files.pathOf(certificate.get()));
+    while (at < sent.size() && sent[at] != certificate->der) ++at;
+    named.push_back(at < sent.size() ? paths[at] : files.pathOf(*certificate));
   }
   return named;
+}
+
+std::chrono::microseconds since(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() -
+                                                               start);
 }
 
 }  // namespace
 
 CertDetailsService::CertDetailsService(TrustSources sources, const std::string& chainDirectory,
-                                       std::optional<std::time_t> when)
-    : stores_(std::move(sources)), chainFiles_(chainDirectory), when_(when) {}
+                                       std::optional<std::int64_t> when, RequestRecords records,
+                                       EvaluatorOptions options)
+    : stores_(std::move(sources)),
+      evaluator_(std::move(options)),
+      chainFiles_(chainDirectory),
+      when_(when),
+      records_(std::move(records)) {}
 
-std::string CertDetailsService::answer(const std::string& text) {
-  const CertDetailsRequest request = CertDetailsRequest::parse(text);
+// Several threads may see the same loads: only one counts them.
+void CertDetailsService::countLoads() {
+  const std::uint64_t loads = stores_.loads();
+  std::uint64_t counted = countedLoads_;
+  while (counted < loads) {
+    if (!countedLoads_.compare_exchange_weak(counted, loads)) continue;
+    records_.counters().add(Counters::storeLoads, loads - counted);
+    return;
+  }
+}
+
+Verdict CertDetailsService::judge(const CertDetailsRequest& request,
+                                  const std::vector<std::string>& sent) {
   const auto store = stores_.get(request.application, request.className);
-  std::vector<X509Ptr> sent;
-  for (const std::string& path : request.paths) sent.push_back(readDerCertificate(path));
-  std::vector<X509*> intermediates;
-  for (std::size_t i = 1; i < sent.size(); ++i) intermediates.push_back(sent[i].get());
+  countLoads();
+  try {
+    return evaluator_.evaluate(sent, store, when_.value_or(currentTime()));
+  } catch (const UnreadableCertificate& unreadable) {
+    throw std::runtime_error("cannot use the file " + request.paths[unreadable.place()] +
+                             ": it holds no DER certificate (" + unreadable.what() + ")");
+  }
+}
 
-  X509* leaf = sent.front().get();
-  const Evaluation evaluation = evaluateChain(leaf, intermediates, *store, when_);
+std::string CertDetailsService::answer(const ControlRequest& request) {
+  const auto start = Clock::now();
+  const Asker asker{request.pid, request.uid};
+  records_.requested();
+  try {
+    return answerAny(request, start);
+  } catch (const std::runtime_error& refusal) {
+    records_.refused(asker, refusal.what(), since(start), false);
+    throw;
+  } catch (const std::exception& failure) {
+    records_.refused(asker, failure.what(), since(start), true);
+    throw;
+  }
+}
+
+std::string CertDetailsService::answerAny(const ControlRequest& request, Clock::time_point start) {
+  TextReader reader(request.text, TextReader::Form::attributes, "the request");
+  const std::string message = reader.string("msg");
+  if (message == "getcounters") return encodeCounters(records_.counters(), readRequestId(reader));
+  return answerDetails(CertDetailsRequest::read(reader, message), {request.pid, request.uid},
+                       start);
+}
+
+std::string CertDetailsService::answerDetails(const CertDetailsRequest& request, const Asker& asker,
+                                              Clock::time_point start) {
+  std::vector<std::string> sent;
+  for (const std::string& path : request.paths) sent.push_back(readCertificateFile(path));
+  const Verdict verdict = judge(request, sent);
+
+  const Evaluation& evaluation = *verdict.evaluation;
+  const ParsedCertificate& leaf = *evaluation.path.front();
   CertDetailsAnswer answer;
   answer.id = request.id;
-  answer.serial = serialNumberOf(leaf);
+  answer.serial = serialNumberText(leaf.serial);
   answer.commonNames = commonNamesOf(leaf);
   answer.subjectAltNames = subjectAltNamesOf(leaf);
-  answer.warnings = evaluation.warnings;
-  answer.chain = nameChain(evaluation.chain, sent, request.paths, chainFiles_);
-  return answer.encodeWithin(ControlServer::kMaxAnswerBytes);
+  answer.warnings = evaluation.warnings();
+  answer.chain = nameChain(evaluation.path, sent, request.paths, chainFiles_);
+  std::string text = answer.encodeWithin(ControlServer::kMaxAnswerBytes);
+  records_.decided({asker, request.application, request.className, evaluation, verdict.remembered,
+                    since(start)});
+  return text;
+}
+
+void CertDetailsService::reload() {
+  stores_.forget();
+  evaluator_.forget();
+  records_.reloaded();
 }

@@ -1,30 +1,52 @@
 #ifndef SERVICES_CERTMGR_CERTDETAILSSERVICE_H
 #define SERVICES_CERTMGR_CERTDETAILSSERVICE_H
 
-#include <ctime>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "platform/objects/ControlRequest.h"
+#include "services/certmgr/CertDetailsRequest.h"
 #include "services/certmgr/ChainFiles.h"
+#include "services/certmgr/Evaluator.h"
+#include "services/certmgr/RequestRecords.h"
 #include "services/certmgr/TrustStores.h"
 
-// Answers requests: parse, read the files, evaluate, name the chain, encode. Safe
+// Answers requests: parse, read the files, evaluate, name the chain, encode, note. Safe
 // from several threads.
 class CertDetailsService {
  public:
-  // Verdicts are about `when`, or the time of the request. `chainDirectory` is for
-  // ChainFiles, whose failures this throws.
+  // Verdicts are about `when` (seconds since 1970), or the time of the request.
+  // `chainDirectory` is for ChainFiles, whose failures this throws.
   CertDetailsService(TrustSources sources, const std::string& chainDirectory,
-                     std::optional<std::time_t> when);
+                     std::optional<std::int64_t> when, RequestRecords records,
+                     EvaluatorOptions options = {});
 
-  // The answer to one request text. Throws std::runtime_error, whose text is the
+  // The answer to one request. Throws std::runtime_error, whose text is the
   // answer's "err", when the request cannot be used.
-  std::string answer(const std::string& text);
+  std::string answer(const ControlRequest& request);
+
+  // Loads the stores anew with the next requests, and forgets all verdicts.
+  void reload();
 
  private:
+  using Clock = std::chrono::steady_clock;
+
+  std::string answerAny(const ControlRequest& request, Clock::time_point start);
+  std::string answerDetails(const CertDetailsRequest& request, const Asker& asker,
+                            Clock::time_point start);
+  Verdict judge(const CertDetailsRequest& request, const std::vector<std::string>& sent);
+  void countLoads();
+
   TrustStores stores_;
+  Evaluator evaluator_;
   ChainFiles chainFiles_;
-  std::optional<std::time_t> when_;
+  std::optional<std::int64_t> when_;
+  RequestRecords records_;
+  std::atomic<std::uint64_t> countedLoads_{0};
 };
 
 #endif

@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "platform/objects/ControlSocket.h"
-#include "services/common/CertificateFiles.h"
+#include "services/certmgr/path/Digest.h"
 
 namespace {
 
@@ -56,15 +56,15 @@ void ChainFiles::clear() const {
   }
 }
 
-std::string ChainFiles::pathOf(X509* certificate) {
-  std::string path = directory_ + "/" + fingerprintOf(certificate) + ".der";
+std::string ChainFiles::pathOf(const ParsedCertificate& certificate) {
+  std::string path = directory_ + "/" + hexOf(certificate.fingerprint) + ".der";
   if (::access(path.c_str(), F_OK) == 0) return path;
 
   // Written aside and renamed, so that nobody ever sees half a file.
   const std::string temporary = path + "." + std::to_string(temporaries_++) + ".tmp";
   const OwnedFd fd(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
   if (!fd) failBecause("cannot write " + temporary, errno);
-  if (!writeAll(fd.get(), derOf(certificate)) || ::fchmod(fd.get(), 0644) != 0 ||
+  if (!writeAll(fd.get(), certificate.der) || ::fchmod(fd.get(), 0644) != 0 ||
       ::rename(temporary.c_str(), path.c_str()) != 0) {
     const int error = errno;
     ::unlink(temporary.c_str());

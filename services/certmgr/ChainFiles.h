@@ -4,7 +4,7 @@
 #include <atomic>
 #include <string>
 
-#include <openssl/x509.h>
+#include "services/certmgr/path/ParsedCertificate.h"
 
 // The DER files by which answers name certificates that no client sent: SHA256.der,
 // written once and readable by all. Only certificates of the stores get one, so
@@ -21,7 +21,7 @@ class ChainFiles {
 
   // The path of the certificate's file, which is complete when this returns.
   // Throws std::runtime_error when it cannot be written; nothing is left then.
-  std::string pathOf(X509* certificate);
+  std::string pathOf(const ParsedCertificate& certificate);
 
  private:
   void clear() const;

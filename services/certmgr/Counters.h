@@ -23,7 +23,7 @@ class Counters {
     remembered,              // verdicts that were known from an earlier request
     gaveUp,                  // verdicts for which not every path could be looked at
     storeLoads,              // trust stores that were read from their files
-    evaluationMicroseconds,  // from the request to its verdict, all requests together
+    evaluationMicroseconds,  // from requests to their verdicts, all together
     nameCount
   };
 

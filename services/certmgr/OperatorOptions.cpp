@@ -49,6 +49,12 @@ void describeOperatorOptions(CLI::App& app, OperatorOptions& options) {
   app.add_option("--counters-fd", options.countersFd)->check(whyNoDescriptor)->group("");
 }
 
+RequestRecords makeRecords(const OperatorOptions& options, bool isPrivate) {
+  const LogLevel level = options.logLevel.value_or(isPrivate ? LogLevel::error : LogLevel::info);
+  return {Log(level),
+          options.countersFd == -1 ? Counters::create() : Counters::attach(options.countersFd)};
+}
+
 std::optional<int> runInsteadOfServing(const OperatorOptions& options, std::int64_t now) {
   if (options.checkStore.empty()) return {};
   try {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "services/certmgr/Log.h"
+#include "services/certmgr/RequestRecords.h"
 
 namespace CLI {
 class App;
@@ -20,6 +20,11 @@ struct OperatorOptions {
 };
 
 void describeOperatorOptions(CLI::App& app, OperatorOptions& options);
+
+// The log and the counters of a service. A private one (`isPrivate`) runs on somebody else's
+// stderr, and says there by default only what goes wrong. Takes options.countersFd over. Throws
+// std::runtime_error with the reason.
+RequestRecords makeRecords(const OperatorOptions& options, bool isPrivate);
 
 // Does what was asked for in place of serving, and returns the program's exit status: 0 nothing
 // is wrong, 1 something is, 2 it could not be looked at (then with a line on stderr). Nothing

@@ -1,10 +1,13 @@
 #include "services/certmgr/PemFile.h"
 
 #include <string_view>
-#include <utility>
 
 #include <openssl/err.h>
 #include <openssl/pem.h>
+#include <openssl/x509v3.h>
+
+#include "services/certmgr/path/DerReader.h"
+#include "services/common/OpenSslOwners.h"
 
 namespace {
 
@@ -25,6 +28,9 @@ class Block {
   std::string_view name() const { return name_; }
   const unsigned char* data() const { return data_; }
   long length() const { return length_; }
+  std::string bytes() const {
+    return {reinterpret_cast<const char*>(data_), static_cast<std::size_t>(length_)};
+  }
 
  private:
   char* name_ = nullptr;
@@ -33,24 +39,47 @@ class Block {
   long length_ = 0;
 };
 
-void take(const Block& block, PemContent& content) {
+bool names(const STACK_OF(ASN1_OBJECT) * uses, int nid) {
+  for (int i = 0; i < sk_ASN1_OBJECT_num(uses); ++i) {
+    if (OBJ_obj2nid(sk_ASN1_OBJECT_value(uses, i)) == nid) return true;
+  }
+  return false;
+}
+
+bool namesServers(const STACK_OF(ASN1_OBJECT) * uses) {
+  return names(uses, NID_server_auth) || names(uses, NID_anyExtendedKeyUsage);
+}
+
+// A certificate followed by what it may be trusted for.
+Anchor readTrusted(const Block& block) {
   const unsigned char* at = block.data();
-  if (block.name() == PEM_STRING_X509_CRL) {
-    X509CrlPtr list(d2i_X509_CRL(nullptr, &at, block.length()));
-    content.damaged |= list == nullptr;
-    if (list != nullptr) content.revocationLists.push_back(std::move(list));
-    return;
+  const X509Ptr known(d2i_X509_AUX(nullptr, &at, block.length()));
+  if (known == nullptr) throw DerError("the trust settings cannot be read");
+  const std::string bytes = block.bytes();
+  Anchor anchor{ParsedCertificate::parse(std::string(DerReader(bytes).take().whole)), {}};
+  const STACK_OF(ASN1_OBJECT)* trusted = X509_get0_trust_objects(known.get());
+  const bool isRefused = namesServers(X509_get0_reject_objects(known.get()));
+  const bool isForOthers = sk_ASN1_OBJECT_num(trusted) > 0 && !namesServers(trusted);
+  if (isRefused || isForOthers) {
+    anchor.use = Anchor::Use::refused;
+  } else if (namesServers(trusted)) {
+    anchor.use = Anchor::Use::server;
   }
-  X509Ptr certificate;
-  if (block.name() == PEM_STRING_X509 || block.name() == PEM_STRING_X509_OLD) {
-    certificate.reset(d2i_X509(nullptr, &at, block.length()));
-  } else if (block.name() == PEM_STRING_X509_TRUSTED) {
-    certificate.reset(d2i_X509_AUX(nullptr, &at, block.length()));
-  } else {
-    return;  // a key, say: none of our business
+  return anchor;
+}
+
+void take(const Block& block, PemContent& content) {
+  try {
+    if (block.name() == PEM_STRING_X509_CRL) {
+      content.revocationLists.push_back(RevocationList::parse(block.bytes()));
+    } else if (block.name() == PEM_STRING_X509 || block.name() == PEM_STRING_X509_OLD) {
+      content.anchors.push_back({ParsedCertificate::parse(block.bytes()), {}});
+    } else if (block.name() == PEM_STRING_X509_TRUSTED) {
+      content.anchors.push_back(readTrusted(block));
+    }  // else a key, say: none of our business
+  } catch (const DerError&) {
+    content.damaged = true;
   }
-  content.damaged |= certificate == nullptr;
-  if (certificate != nullptr) content.certificates.push_back(std::move(certificate));
 }
 
 bool atEnd() {

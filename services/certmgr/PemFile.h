@@ -4,12 +4,13 @@
 #include <string>
 #include <vector>
 
-#include "services/common/OpenSslOwners.h"
+#include "services/certmgr/path/RevocationList.h"
+#include "services/certmgr/path/TrustStore.h"
 
 // What a PEM text holds of certificates and revocation lists, in its order.
 struct PemContent {
-  std::vector<X509Ptr> certificates;
-  std::vector<X509CrlPtr> revocationLists;
+  std::vector<Anchor> anchors;  // with what "TRUSTED CERTIFICATE" blocks say of their use
+  std::vector<RevocationListPtr> revocationLists;
   bool damaged = false;  // a block of either kind, or of none that can be told, cannot be read
 };
 

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "services/certmgr/PemFile.h"
+#include "services/certmgr/StoreFiles.h"
 #include "services/certmgr/StoreItem.h"
 #include "services/certmgr/path/DerReader.h"
 #include "services/common/CertificateFiles.h"
@@ -25,31 +26,28 @@
 namespace {
 
 namespace fs = std::filesystem;
-using Kind = StoreItem::Kind;
 
-constexpr std::size_t kMaxFileBytes = 16 * 1024 * 1024;
 constexpr mode_t kWritableByOthers = S_IWGRP | S_IWOTH;
 
 // "1a2b3c4d.0" and "1a2b3c4d.r0".
 struct HashedName {
   std::string hash;
-  Kind kind = Kind::certificate;
+  bool isList = false;
   std::uint32_t number = 0;
 
   std::string text() const { return textOf(number); }
   std::string textOf(std::uint32_t other) const {
-    return hash + (kind == Kind::list ? ".r" : ".") + std::to_string(other);
+    return hash + (isList ? ".r" : ".") + std::to_string(other);
   }
 
   static std::optional<HashedName> parse(std::string_view name) {
     constexpr std::size_t kHash = 8;
-    if (name.size() < kHash + 2 || name[kHash] != '.') return {};
+    if (!isHashedName(std::string(name))) return {};
     HashedName hashed;
     hashed.hash = name.substr(0, kHash);
-    if (hashed.hash.find_first_not_of("0123456789abcdef") != std::string::npos) return {};
     name.remove_prefix(kHash + 1);
     if (name.front() == 'r') {
-      hashed.kind = Kind::list;
+      hashed.isList = true;
       name.remove_prefix(1);
     }
     const char* end = name.data() + name.size();
@@ -88,7 +86,7 @@ class Check {
     for (Entry& entry : entries_) readEntry(entry);
     for (Entry& entry : entries_) noteInUse(entry);
     report_.certificates = anchors_.size();
-    report_.lists = inUse_[Kind::list].size();
+    report_.lists = inUse_[true].size();
     checkNumbering();
     for (Entry& entry : entries_) {
       tellContent(entry);
@@ -170,7 +168,7 @@ class Check {
   static void readContent(Entry& entry) {
     auto& problems = entry.file.problems;
     try {
-      const std::string text = readPlainFile(entry.path, kMaxFileBytes);
+      const std::string text = readPlainFile(entry.path, kMaxStoreFileBytes);
       PemContent content = readPem(text);
       if (content.damaged && !entry.isLinkInside) {
         problems.emplace_back("a PEM block in it is damaged, and not used: get the file anew");
@@ -197,21 +195,21 @@ class Check {
   void noteInUse(const Entry& entry) {
     if (!entry.hashed) return;
     for (const StoreItem& item : entry.items) {
-      const bool isNew = inUse_[item.kind].emplace(item.fingerprint, entry.file.name).second;
-      if (isNew && item.certificate != nullptr) anchors_.push_back(item.certificate);
+      const bool isNew = inUse_[item.isList()].emplace(item.fingerprint(), entry.file.name).second;
+      if (isNew && !item.isList()) anchors_.push_back(item.certificate);
     }
   }
 
   // A look-up takes .0, .1 and so on until there is none.
   void checkNumbering() {
-    std::map<std::pair<std::string, Kind>, std::set<std::uint32_t>> numbers;
+    std::map<std::pair<std::string, bool>, std::set<std::uint32_t>> numbers;
     for (const Entry& entry : entries_) {
       if (entry.hashed)
-        numbers[{entry.hashed->hash, entry.hashed->kind}].insert(entry.hashed->number);
+        numbers[{entry.hashed->hash, entry.hashed->isList}].insert(entry.hashed->number);
     }
     for (Entry& entry : entries_) {
       if (!entry.hashed) continue;
-      const auto& taken = numbers[{entry.hashed->hash, entry.hashed->kind}];
+      const auto& taken = numbers[{entry.hashed->hash, entry.hashed->isList}];
       std::uint32_t next = 0;
       while (taken.count(next) != 0) ++next;
       if (entry.hashed->number < next) continue;
@@ -226,10 +224,10 @@ class Check {
         entry.file.content.push_back(item.title());
         continue;
       }
-      const auto [told, isNew] = told_.emplace(item.fingerprint, entry.file.name);
+      const auto [told, isNew] = told_.emplace(item.fingerprint(), entry.file.name);
       if (!isNew) {
         entry.file.content.push_back(item.title() + ", as in " + told->second);
-      } else if (item.kind == Kind::list) {
+      } else if (item.isList()) {
         reportList(item, anchors_, now_, entry.file);
       } else {
         reportCertificate(item, now_, entry.file);
@@ -240,14 +238,14 @@ class Check {
   void checkHashedName(Entry& entry) {
     auto& problems = entry.file.problems;
     for (const StoreItem& item : entry.items) {
-      if (item.kind != entry.hashed->kind) {
-        problems.push_back(item.title() + " is looked for under another name (" + item.nameHash +
-                           (item.kind == Kind::list ? ".r0" : ".0") + "): " + rehash());
-      } else if (item.nameHash != entry.hashed->hash) {
-        problems.push_back("its name does not fit: " + item.owner + " is looked for as " +
-                           item.nameHash + ": " + rehash());
+      if (item.isList() != entry.hashed->isList) {
+        problems.push_back(item.title() + " is looked for under another name (" + item.nameHash() +
+                           (item.isList() ? ".r0" : ".0") + "): " + rehash());
+      } else if (item.nameHash() != entry.hashed->hash) {
+        problems.push_back("its name does not fit: " + item.owner() + " is looked for as " +
+                           item.nameHash() + ": " + rehash());
       }
-      const std::string& first = inUse_[item.kind][item.fingerprint];
+      const std::string& first = inUse_[item.isList()][item.fingerprint()];
       if (first != entry.file.name) {
         problems.push_back("it holds the same as " + first + ": remove one, then " + rehash());
       }
@@ -256,7 +254,7 @@ class Check {
 
   void checkHashLinks(Entry& entry) {
     for (const StoreItem& item : entry.items) {
-      if (inUse_[item.kind].count(item.fingerprint) != 0) continue;
+      if (inUse_[item.isList()].count(item.fingerprint()) != 0) continue;
       entry.file.problems.push_back("no hash link leads to " + item.title() +
                                     ", so it is not used: " + howToLink(entry));
     }
@@ -277,7 +275,7 @@ class Check {
   std::int64_t now_;
   StoreReport report_;
   std::vector<Entry> entries_;
-  std::map<Kind, std::map<std::string, std::string>> inUse_;  // fingerprint to the first name
+  std::map<bool, std::map<std::string, std::string>> inUse_;  // lists or not; by fingerprint
   std::vector<CertificatePtr> anchors_;
   std::map<std::string, std::string> told_;
 };

@@ -1,19 +1,15 @@
 #include "services/certmgr/StoreItem.h"
 
 #include <cstdio>
-#include <exception>
 #include <optional>
 #include <utility>
 
-#include <openssl/err.h>
-#include <openssl/evp.h>
-#include <openssl/objects.h>
+#include <openssl/opensslv.h>
 #include <openssl/x509.h>
 
 #include "services/certmgr/path/DerReader.h"
 #include "services/certmgr/path/Digest.h"
-#include "services/common/CertificateFiles.h"
-#include "services/common/CertificateView.h"
+#include "services/common/OpenSslOwners.h"
 #include "services/common/PrintableText.h"
 #include "services/common/TimeText.h"
 
@@ -21,75 +17,16 @@ namespace {
 
 constexpr std::size_t kNameWidth = 200;
 
-std::string hashOf(const X509_NAME* name) {
-#if OPENSSL_VERSION_NUMBER >= 0x30000000L
-  const unsigned long hash = X509_NAME_hash_ex(name, nullptr, nullptr, nullptr);
-#else
-  const unsigned long hash = X509_NAME_hash(const_cast<X509_NAME*>(name));
-#endif
-  char text[2 * sizeof hash + 1];
-  (void)snprintf(text, sizeof text, "%08lx", hash);
-  return text;
-}
-
-std::string ownerOf(const X509_NAME* name) {
-  const std::string text = viewName(name);
-  return text.empty() ? "(no name)" : fitLines(text, kNameWidth, 1).front();
-}
-
-std::string purposesOf(const STACK_OF(ASN1_OBJECT) * purposes) {
-  std::string text;
-  for (int i = 0; i < sk_ASN1_OBJECT_num(purposes); ++i) {
-    char name[80];
-    OBJ_obj2txt(name, sizeof name, sk_ASN1_OBJECT_value(purposes, i), 0);
-    text.append(text.empty() ? "" : ", ").append(printableText(name));
+const char* textOf(Anchor::Use use) {
+  switch (use) {
+    case Anchor::Use::server:
+      return "its trust settings say that it may vouch for servers";
+    case Anchor::Use::refused:
+      return "its trust settings refuse it for servers";
+    case Anchor::Use::unrestricted:
+      break;
   }
-  return text;
-}
-
-std::string trustOf(X509* certificate) {
-  std::string text;
-  if (const auto* trusted = X509_get0_trust_objects(certificate)) {
-    text += "trusted for " + purposesOf(trusted);
-  }
-  if (const auto* refused = X509_get0_reject_objects(certificate)) {
-    text.append(text.empty() ? "" : "; ").append("refused for " + purposesOf(refused));
-  }
-  return text;
-}
-
-std::string derOfList(X509_CRL* list) {
-  const int length = i2d_X509_CRL(list, nullptr);
-  if (length <= 0) return "";
-  std::string der(static_cast<std::size_t>(length), '\0');
-  auto* out = reinterpret_cast<unsigned char*>(der.data());
-  i2d_X509_CRL(list, &out);
-  return der;
-}
-
-StoreItem itemOf(X509* certificate) {
-  StoreItem item;
-  item.owner = ownerOf(X509_get_subject_name(certificate));
-  item.nameHash = hashOf(X509_get_subject_name(certificate));
-  item.trust = trustOf(certificate);
-  std::string der = derOf(certificate);
-  item.fingerprint = sha256Of(der);
-  try {
-    item.certificate = ParsedCertificate::parse(std::move(der));
-  } catch (const DerError& wrong) {
-    item.unusable = printableText(wrong.what());
-  }
-  return item;
-}
-
-StoreItem itemOf(X509CrlPtr list) {
-  StoreItem item;
-  item.kind = StoreItem::Kind::list;
-  item.owner = ownerOf(X509_CRL_get_issuer(list.get()));
-  item.nameHash = hashOf(X509_CRL_get_issuer(list.get()));
-  item.fingerprint = sha256Of(derOfList(list.get()));
-  item.list = std::move(list);
-  return item;
+  return "";
 }
 
 std::string timeText(const std::optional<std::int64_t>& time) {
@@ -164,62 +101,49 @@ void checkOwnSignature(const ParsedCertificate& certificate, StoreFile& file) {
   }
 }
 
-// Whether one of the issuers' keys made the signature.
-bool isSignedByOneOf(X509_CRL* list, const std::vector<CertificatePtr>& issuers) {
-  for (const CertificatePtr& issuer : issuers) {
-    EVP_PKEY* key = issuer->key->get();
-    if (key != nullptr && X509_CRL_verify(list, key) == 1) return true;
-    ERR_clear_error();
-  }
-  return false;
-}
-
-bool hasWeakSignature(const X509_CRL* list) {
-  int digest = NID_undef;
-  OBJ_find_sigid_algs(X509_CRL_get_signature_nid(list), &digest, nullptr);
-  return digest == NID_sha1 || digest == NID_md5 || digest == NID_md5_sha1;
-}
-
-void checkTimes(const X509_CRL* list, std::int64_t now, StoreFile& file) {
-  const auto thisUpdate = viewTime(X509_CRL_get0_lastUpdate(list));
-  const ASN1_TIME* next = X509_CRL_get0_nextUpdate(list);
-  const auto nextUpdate = viewTime(next);
-  if (!thisUpdate || (next != nullptr && !nextUpdate)) {
+void checkTimes(const RevocationList& list, std::int64_t now, StoreFile& file) {
+  if (!list.thisUpdate) {
     file.problems.emplace_back("its time cannot be read: fetch the list anew");
     return;
   }
-  if (now < *thisUpdate) {
-    file.problems.push_back("it is not in force before " + formatTime(*thisUpdate) +
+  if (now < *list.thisUpdate) {
+    file.problems.push_back("it is not in force before " + formatTime(*list.thisUpdate) +
                             ": check this machine's clock, or wait");
   }
-  if (next == nullptr) {
+  if (!list.nextUpdate) {
     file.problems.emplace_back(
         "it does not say when the next one is due, so it may be stale: fetch one that does");
-  } else if (now > *nextUpdate) {
-    file.problems.push_back("it is stale since " + formatTime(*nextUpdate) +
+  } else if (now > *list.nextUpdate) {
+    file.problems.push_back("it is stale since " + formatTime(*list.nextUpdate) +
                             " and proves nothing: fetch a new one");
   }
 }
 
-void checkIssuer(const StoreItem& item, const std::vector<CertificatePtr>& certificates,
-                 StoreFile& file) {
-  std::vector<CertificatePtr> issuers;
-  unsigned char* der = nullptr;
-  // OpenSSL 1.1.1 takes the name without const here, and changes nothing.
-  const int length =
-      i2d_X509_NAME(const_cast<X509_NAME*>(X509_CRL_get_issuer(item.list.get())), &der);
-  const std::string bytes(reinterpret_cast<const char*>(der),
-                          static_cast<std::size_t>(length < 0 ? 0 : length));
-  OPENSSL_free(der);
-  const DistinguishedName issuer(bytes);
+// What the best of the issuers' keys makes of the signature; nothing without an issuer.
+std::optional<SignatureState> signatureOf(const RevocationList& list,
+                                          const std::vector<CertificatePtr>& certificates) {
+  std::optional<SignatureState> best;
   for (const CertificatePtr& certificate : certificates) {
-    if (certificate->subject == issuer) issuers.push_back(certificate);
+    if (!(certificate->subject == list.issuer)) continue;
+    const SignatureState state = checkSignature(list.signedBytes, *certificate->key);
+    if (!best || state == SignatureState::good || *best == SignatureState::wrong) best = state;
+    if (best == SignatureState::good) break;
   }
-  if (issuers.empty()) {
+  return best;
+}
+
+void checkSigner(const RevocationList& list, const std::vector<CertificatePtr>& certificates,
+                 StoreFile& file) {
+  const std::optional<SignatureState> state = signatureOf(list, certificates);
+  if (!state) {
     file.problems.emplace_back(
         "no certificate of this store is its issuer, so it counts only for chains that bring the "
         "issuer along: remove it, unless that is meant");
-  } else if (!isSignedByOneOf(item.list.get(), issuers)) {
+  } else if (state == SignatureState::weak) {
+    file.problems.push_back("its signature (" + algorithmText(list.signedBytes.algorithm) +
+                            ") is no longer safe, so it proves nothing: have its issuer use "
+                            "SHA-256");
+  } else if (state != SignatureState::good) {
     file.problems.emplace_back(
         "its signature is not by its issuer in this store, so it proves nothing: fetch it anew");
   }
@@ -228,29 +152,53 @@ void checkIssuer(const StoreItem& item, const std::vector<CertificatePtr>& certi
 }  // namespace
 
 std::string StoreItem::title() const {
-  return (kind == Kind::list ? "revocation list of " : "certificate ") + owner;
+  return (isList() ? "revocation list of " : "certificate ") + owner();
+}
+
+std::string StoreItem::owner() const {
+  const std::string text = isList() ? list->issuer.text() : certificate->subject.text();
+  return text.empty() ? "(no name)" : fitLines(text, kNameWidth, 1).front();
+}
+
+std::string StoreItem::nameHash() const {
+  const std::string& der = isList() ? list->issuer.der() : certificate->subject.der();
+  const auto* at = reinterpret_cast<const unsigned char*>(der.data());
+  const OpenSslOwner<X509_NAME, X509_NAME_free> name(
+      d2i_X509_NAME(nullptr, &at, static_cast<long>(der.size())));
+  if (name == nullptr) return "(none)";
+#if OPENSSL_VERSION_NUMBER >= 0x30000000L
+  const unsigned long hash = X509_NAME_hash_ex(name.get(), nullptr, nullptr, nullptr);
+#else
+  const unsigned long hash = X509_NAME_hash(name.get());
+#endif
+  char text[2 * sizeof hash + 1];
+  (void)snprintf(text, sizeof text, "%08lx", hash);
+  return text;
+}
+
+const std::string& StoreItem::fingerprint() const {
+  return isList() ? list->fingerprint : certificate->fingerprint;
 }
 
 std::vector<StoreItem> itemsOf(PemContent content) {
   std::vector<StoreItem> items;
-  for (const X509Ptr& certificate : content.certificates)
-    items.push_back(itemOf(certificate.get()));
-  for (X509CrlPtr& list : content.revocationLists) items.push_back(itemOf(std::move(list)));
+  for (Anchor& anchor : content.anchors) {
+    items.push_back({std::move(anchor.certificate), nullptr, anchor.use});
+  }
+  for (RevocationListPtr& list : content.revocationLists) {
+    items.push_back({nullptr, std::move(list)});
+  }
   return items;
 }
 
 void reportCertificate(const StoreItem& item, std::int64_t now, StoreFile& file) {
-  file.content.push_back(item.title());
-  file.content.push_back("  SHA-256 " + hexOf(item.fingerprint));
-  if (!item.trust.empty()) file.content.push_back("  " + item.trust);
-  if (item.certificate == nullptr) {
-    file.problems.push_back("its certificate cannot be used (" + item.unusable + "): replace it");
-    return;
-  }
   const ParsedCertificate& certificate = *item.certificate;
+  file.content.push_back(item.title());
+  file.content.push_back("  SHA-256 " + hexOf(certificate.fingerprint));
   file.content.push_back("  valid from " + timeText(certificate.notBefore) + " to " +
                          timeText(certificate.notAfter));
   file.content.push_back("  key " + certificate.key->text());
+  if (item.use != Anchor::Use::unrestricted) file.notes.emplace_back(textOf(item.use));
   checkValidity(certificate, now, file);
   checkAuthority(certificate, file);
   checkKey(certificate, file);
@@ -261,21 +209,18 @@ void reportCertificate(const StoreItem& item, std::int64_t now, StoreFile& file)
   }
 }
 
-void reportList(const StoreItem& item, const std::vector<CertificatePtr>& issuers, std::int64_t now,
-                StoreFile& file) {
-  X509_CRL* list = item.list.get();
-  const auto* entries = X509_CRL_get_REVOKED(list);
-  const int count = entries == nullptr ? 0 : sk_X509_REVOKED_num(entries);
-  const ASN1_TIME* next = X509_CRL_get0_nextUpdate(list);
+void reportList(const StoreItem& item, const std::vector<CertificatePtr>& certificates,
+                std::int64_t now, StoreFile& file) {
+  const RevocationList& list = *item.list;
+  const std::size_t count = list.entryCount();
   file.content.push_back(item.title());
-  file.content.push_back("  in force from " + timeText(viewTime(X509_CRL_get0_lastUpdate(list))) +
-                         (next == nullptr ? "" : " to " + timeText(viewTime(next))));
+  file.content.push_back("  in force from " + timeText(list.thisUpdate) +
+                         (list.nextUpdate ? " to " + formatTime(*list.nextUpdate) : ""));
   file.content.push_back("  " + std::to_string(count) + (count == 1 ? " entry" : " entries"));
   checkTimes(list, now, file);
-  checkIssuer(item, issuers, file);
-  if (hasWeakSignature(list)) {
-    file.problems.emplace_back(
-        "its signature uses a digest that is no longer safe, so it proves nothing: have its "
-        "issuer use SHA-256");
+  checkSigner(list, certificates, file);
+  for (const std::string& part : list.notUnderstood) {
+    file.problems.push_back("it proves nothing, since not all of it is understood (" +
+                            printableText(part) + "): fetch one without that");
   }
 }

@@ -11,18 +11,18 @@
 
 // A certificate or a revocation list in a file of a store.
 struct StoreItem {
-  enum class Kind { certificate, list };
-  Kind kind = Kind::certificate;
-  std::string owner;           // subject or issuer, printable
-  std::string nameHash;        // of that name, as the files of a hashed directory are called
-  std::string fingerprint;     // SHA-256, 32 bytes
-  CertificatePtr certificate;  // NULL for a list, and for a certificate that cannot be used
-  std::string unusable;        // why it cannot, printable; else empty
-  std::string trust;           // the trust settings of its file, printable; or empty
-  X509CrlPtr list;             // NULL for a certificate
+  CertificatePtr certificate;  // one of these two is NULL
+  RevocationListPtr list;
+  Anchor::Use use = Anchor::Use::unrestricted;
 
+  bool isList() const { return list != nullptr; }
   // "certificate CN=Root"
   std::string title() const;
+  // Subject or issuer, printable.
+  std::string owner() const;
+  // Of that name, as the files of a hashed directory are called: "1a2b3c4d".
+  std::string nameHash() const;
+  const std::string& fingerprint() const;
 };
 
 // All that a PEM text holds, in its order, certificates first.
@@ -31,8 +31,8 @@ std::vector<StoreItem> itemsOf(PemContent content);
 // Tells in `file` what the certificate is and what is wrong with it as an anchor at `now`.
 void reportCertificate(const StoreItem& item, std::int64_t now, StoreFile& file);
 
-// The same for a list. `issuers` are the certificates of the store.
-void reportList(const StoreItem& item, const std::vector<CertificatePtr>& issuers, std::int64_t now,
-                StoreFile& file);
+// The same for a list. Its issuer is looked for among `certificates`, all of the store.
+void reportList(const StoreItem& item, const std::vector<CertificatePtr>& certificates,
+                std::int64_t now, StoreFile& file);
 
 #endif

@@ -1,35 +1,18 @@
 #include "services/certmgr/TrustStores.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cstdint>
-#include <ctime>
-#include <filesystem>
 #include <stdexcept>
-#include <string_view>
 #include <utility>
 
-#include <openssl/err.h>
-
+#include "services/certmgr/PemFile.h"
 #include "services/common/CertificateFiles.h"
 
 namespace {
 
-constexpr std::size_t kMaxStoreFileBytes = 16 * 1024 * 1024;  // revocation lists grow large
 constexpr std::size_t kMaxKeptStores = 32;
 constexpr std::size_t kMaxNameBytes = 64;
-
-struct SourceFile {
-  std::string path;
-  bool listsOnly = false;
-};
-
-struct SourceFiles {
-  std::vector<SourceFile> found;
-  std::string state;    // changes whenever a file does
-  bool settled = true;  // false when a file changed too lately to be told from its next version
-};
+// Not every file system tells of changes: the files are looked at again after that long.
+constexpr std::chrono::seconds kLongestTrust{10};
 
 std::string toLower(std::string text) {
   for (char& c : text) {
@@ -38,66 +21,26 @@ std::string toLower(std::string text) {
   return text;
 }
 
-bool isDecimal(std::string_view text) {
-  return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+// Different for any two sets of stores of this process.
+std::uint64_t nextVersion() {
+  static std::atomic<std::uint64_t> last{0};
+  return ++last;
 }
 
-bool isHashedName(const std::string& name) {
-  constexpr std::size_t kHash = 8;
-  const std::string_view text = name;
-  if (text.size() < kHash + 2 || text[kHash] != '.') return false;
-  if (text.substr(0, kHash).find_first_not_of("0123456789abcdef") != std::string_view::npos) {
-    return false;
+std::shared_ptr<const TrustStore> load(const StoreFiles& found) {
+  auto store = std::make_shared<TrustStore>();
+  for (const StoreFiles::File& file : found.files) {
+    try {
+      PemContent content = readPem(readPlainFile(file.path, kMaxStoreFileBytes));
+      for (Anchor& anchor : content.anchors) {
+        if (!file.listsOnly) store->add(std::move(anchor));
+      }
+      for (RevocationListPtr& list : content.revocationLists) store->add(std::move(list));
+    } catch (const std::runtime_error&) {
+      continue;  // an unreadable file trusts nobody, and must not stop the others
+    }
   }
-  const std::string_view suffix = text.substr(kHash + 1);
-  return isDecimal(suffix.front() == 'r' ? suffix.substr(1) : suffix);
-}
-
-void note(SourceFiles& files, const std::string& path, bool listsOnly = false) {
-  struct stat status = {};
-  if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return;
-  // File times advance in steps: what changed within the last seconds may change again
-  // and look the same.
-  constexpr std::int64_t kStepSeconds = 2;
-  if (static_cast<std::int64_t>(status.st_ctim.tv_sec) + kStepSeconds >
-      static_cast<std::int64_t>(std::time(nullptr))) {
-    files.settled = false;
-  }
-  files.found.push_back({path, listsOnly});
-  for (const std::int64_t part :
-       {static_cast<std::int64_t>(status.st_dev), static_cast<std::int64_t>(status.st_ino),
-        static_cast<std::int64_t>(status.st_size), static_cast<std::int64_t>(status.st_mtim.tv_sec),
-        static_cast<std::int64_t>(status.st_mtim.tv_nsec),
-        static_cast<std::int64_t>(status.st_ctim.tv_sec),
-        static_cast<std::int64_t>(status.st_ctim.tv_nsec)}) {
-    files.state.append(std::to_string(part)).append(":");
-  }
-  files.state.append(path).push_back('\0');
-}
-
-void noteDirectory(SourceFiles& files, const std::string& directory, bool hashedNamesOnly) {
-  std::vector<std::string> names;
-  std::error_code error;
-  std::filesystem::directory_iterator entry(directory, error);
-  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    names.push_back(entry->path().filename().string());
-  }
-  std::sort(names.begin(), names.end());
-  for (const std::string& name : names) {
-    if (hashedNamesOnly && !isHashedName(name)) continue;
-    std::string path = directory;
-    note(files, path.append("/").append(name));
-  }
-}
-
-SourceFiles findFiles(const TrustSources& sources, const std::string& directory) {
-  SourceFiles files;
-  noteDirectory(files, directory, true);
-  for (const auto& joined : sources.hashedDirectories) noteDirectory(files, joined, true);
-  for (const auto& joined : sources.plainDirectories) noteDirectory(files, joined, false);
-  for (const auto& file : sources.files) note(files, file);
-  for (const auto& file : sources.revocationFiles) note(files, file, true);
-  return files;
+  return store;
 }
 
 void requireWhole(const std::string& path, const PemContent& content) {
@@ -108,28 +51,11 @@ void requireWhole(const std::string& path, const PemContent& content) {
 
 }  // namespace
 
-X509* TrustStore::find(const X509* certificate) const {
-  const auto found = anchors_.find(fingerprintOf(certificate));
-  return found == anchors_.end() ? nullptr : found->second.get();
-}
-
-void TrustStore::add(PemContent content, bool listsOnly) {
-  for (X509Ptr& certificate : content.certificates) {
-    if (listsOnly) break;
-    const auto [anchor, isNew] =
-        anchors_.emplace(fingerprintOf(certificate.get()), std::move(certificate));
-    if (isNew) X509_STORE_add_cert(store_.get(), anchor->second.get());
-  }
-  // Lists stay outside the store: see Revocation.h.
-  for (X509CrlPtr& list : content.revocationLists) crls_.push_back(std::move(list));
-  ERR_clear_error();
-}
-
 void requireUsable(const TrustSources& sources) {
   for (const std::string& path : sources.files) {
     const PemContent content = readPem(readPlainFile(path, kMaxStoreFileBytes));
     requireWhole(path, content);
-    if (content.certificates.empty()) {
+    if (content.anchors.empty()) {
       throw std::runtime_error("the file " + path + " holds no certificate in PEM form");
     }
   }
@@ -142,7 +68,8 @@ void requireUsable(const TrustSources& sources) {
   }
 }
 
-TrustStores::TrustStores(TrustSources sources) : sources_(std::move(sources)) {}
+TrustStores::TrustStores(TrustSources sources)
+    : sources_(std::move(sources)), version_(nextVersion()) {}
 
 bool TrustStores::isStoreName(const std::string& name) {
   if (name.empty() || name.size() > kMaxNameBytes || name.front() == '.') return false;
@@ -152,32 +79,80 @@ bool TrustStores::isStoreName(const std::string& name) {
   });
 }
 
-std::shared_ptr<const TrustStore> TrustStores::get(const std::string& application,
-                                                   const std::string& className) {
+std::string TrustStores::directoryOf(const std::string& application,
+                                     const std::string& className) const {
   if (!isStoreName(application)) throw std::runtime_error("\"application\" names no trust store");
   if (!isStoreName(className)) throw std::runtime_error("\"class\" names no trust store");
-  const std::string directory = sources_.root + "/" + toLower(application + "/" + className);
+  return sources_.root + "/" + toLower(application + "/" + className);
+}
 
-  const SourceFiles files = findFiles(sources_, directory);
-  {
+// Each thread holds on to the set that it used last, and needs the lock only for another one.
+std::shared_ptr<const TrustStores::Stores> TrustStores::stores() {
+  thread_local std::uint64_t knownVersion = 0;
+  thread_local std::shared_ptr<const Stores> known;
+  if (knownVersion != version_) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const auto kept = kept_.find(directory);
-    if (kept != kept_.end() && kept->second.state == files.state) return kept->second.store;
+    known = stores_;
+    knownVersion = version_;
   }
-  auto store = std::make_shared<TrustStore>();
-  for (const SourceFile& file : files.found) {
-    try {
-      store->add(readPem(readPlainFile(file.path, kMaxStoreFileBytes)), file.listsOnly);
-    } catch (const std::exception&) {
-      continue;  // an unreadable file trusts nobody, and must not stop the others
-    }
+  return known;
+}
+
+// Called with the lock held.
+void TrustStores::replace(Stores stores) {
+  stores_ = std::make_shared<const Stores>(std::move(stores));
+  version_ = nextVersion();
+}
+
+bool TrustStores::isCurrent(const Kept& kept, std::uint64_t changes) const {
+  return kept.watched && kept.changes == changes && Clock::now() - kept.checked < kLongestTrust;
+}
+
+std::shared_ptr<const TrustStores::Kept> TrustStores::look(const std::string& directory,
+                                                           const Kept* before,
+                                                           std::uint64_t changes) {
+  auto kept = std::make_shared<Kept>();
+  kept->changes = changes;
+  kept->checked = Clock::now();
+  kept->watched = true;
+  for (const std::string& place : findStoreFiles(sources_, directory).places) {
+    kept->watched = watch_.watch(place) && kept->watched;
   }
-  const std::lock_guard<std::mutex> lock(mutex_);
-  if (files.settled) {
-    if (kept_.size() >= kMaxKeptStores) kept_.clear();  // a client may name any number
-    kept_[directory] = Kept{files.state, store};
+  // Only now, since what changed before the watch began is not told.
+  StoreFiles found = findStoreFiles(sources_, directory);
+  kept->state = std::move(found.state);
+  kept->settled = found.settled;
+  if (before != nullptr && before->settled && before->state == kept->state) {
+    kept->store = before->store;
   } else {
-    kept_.erase(directory);
+    kept->store = load(found);
+    ++loads_;
   }
-  return store;
+  return kept;
+}
+
+std::shared_ptr<const TrustStore> TrustStores::get(const std::string& application,
+                                                   const std::string& className) {
+  const std::string directory = directoryOf(application, className);
+  const std::uint64_t changes = watch_.changes();
+  {
+    const std::shared_ptr<const Stores> known = stores();
+    const auto found = known->find(directory);
+    if (found != known->end() && isCurrent(*found->second, changes)) return found->second->store;
+  }
+  // One thread looks, and the others wait for what it finds.
+  const std::lock_guard<std::mutex> lock(mutex_);
+  const auto found = stores_->find(directory);
+  const std::shared_ptr<const Kept> before = found == stores_->end() ? nullptr : found->second;
+  if (before != nullptr && isCurrent(*before, changes)) return before->store;
+  const std::shared_ptr<const Kept> kept = look(directory, before.get(), changes);
+  Stores stores = stores_->size() < kMaxKeptStores || before != nullptr ? *stores_ : Stores();
+  stores[directory] = kept;  // a client may name any number of stores
+  replace(std::move(stores));
+  return kept->store;
+}
+
+void TrustStores::forget() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  replace({});
 }

@@ -13,7 +13,6 @@
 #include "platform/objects/ControlServer.h"
 #include "services/certmgr/CertDetailsService.h"
 #include "services/certmgr/OperatorOptions.h"
-#include "services/certmgr/VerificationTime.h"
 #include "services/common/ServiceMain.h"
 #include "services/common/TimeText.h"
 
@@ -42,18 +41,16 @@ struct Options {
   TrustSources trust;
   std::string systemAnchors = "/etc/ssl/certs";
   bool noSystemAnchors = false;
-  std::optional<std::time_t> when;
+  std::optional<std::int64_t> when;
   ControlServerOptions server;
   bool ephemeral = false;
   OperatorOptions operation;
 };
 
-std::time_t timeOf(const std::string& text) {
-  try {
-    return parseVerificationTime(text);
-  } catch (const std::runtime_error& wrong) {
-    throw CLI::ValidationError("--verification-time", wrong.what());
-  }
+std::int64_t timeOf(const std::string& text) {
+  if (const auto moment = parseTime(text)) return *moment;
+  throw CLI::ValidationError("--verification-time",
+                             "not a time: \"" + text + "\" (2026-02-02T00:00:01Z or @SECONDS)");
 }
 
 void describe(CLI::App& app, Options& options) {
@@ -132,10 +129,11 @@ void serve(Options options, pid_t parent) {
   options.server.service = "certmgr";
   // Made once the server holds its place, so that a second service touches no file.
   std::unique_ptr<CertDetailsService> service;
-  ControlServer server(
-      options.server, [&](const ControlRequest& request) { return service->answer(request.text); });
+  ControlServer server(options.server,
+                       [&](const ControlRequest& request) { return service->answer(request); });
   service = std::make_unique<CertDetailsService>(
-      options.trust, server.runtimeDirectory() + "/services/certmgr/chain", options.when);
+      options.trust, server.runtimeDirectory() + "/services/certmgr/chain", options.when,
+      makeRecords(options.operation, options.ephemeral));
   server.run();
   service.reset();
 }

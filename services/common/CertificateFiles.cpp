@@ -67,11 +67,6 @@ std::string readFile(const OwnedFd& fd, const std::string& path, std::size_t max
   }
 }
 
-std::string readCertificateFile(const std::string& path) {
-  if (path.empty() || path.front() != '/') fail(path, "the path is not absolute");
-  return readFile(openNamed(path), path, kMaxCertificateBytes, nullptr);
-}
-
 X509Ptr parseCertificate(const std::string& path, const std::string& der) {
   const auto* begin = reinterpret_cast<const unsigned char*>(der.data());
   const unsigned char* at = begin;
@@ -91,6 +86,11 @@ std::string readPlainFile(const std::string& path, std::size_t maxBytes) {
 std::string readOwnedFile(const std::string& path, std::size_t maxBytes, uid_t owner) {
   const OwnedFd fd(::open(path.c_str(), kOpenFlags | O_NOFOLLOW));
   return readFile(fd, path, maxBytes, &owner);
+}
+
+std::string readCertificateFile(const std::string& path) {
+  if (path.empty() || path.front() != '/') fail(path, "the path is not absolute");
+  return readFile(openNamed(path), path, kMaxCertificateBytes, nullptr);
 }
 
 X509Ptr readDerCertificate(const std::string& path) {

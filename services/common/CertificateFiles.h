@@ -16,10 +16,12 @@ std::string readPlainFile(const std::string& path, std::size_t maxBytes);
 // The same for a file that must belong to `owner` and be no symbolic link.
 std::string readOwnedFile(const std::string& path, std::size_t maxBytes, uid_t owner);
 
-// Reads one DER certificate that a client named: an absolute path to a plain file of
-// at most 64 KiB that holds exactly one certificate, and does not lead through what some
-// process has open (/proc/PID/fd and its like). Throws std::runtime_error that
-// names the file and what is wrong with it.
+// Reads the file of a certificate that a client named: an absolute path to a plain file of
+// at most 64 KiB, which does not lead through what some process has open (/proc/PID/fd and
+// its like). Throws std::runtime_error that names the file and what is wrong with it.
+std::string readCertificateFile(const std::string& path);
+
+// The same for a file that holds exactly one certificate as DER.
 X509Ptr readDerCertificate(const std::string& path);
 
 // The same, but gives the bytes of the file.

@@ -94,8 +94,7 @@ std::string textOf(const ASN1_STRING* string) {
   return utf8 ? escapeUtf8(*utf8) : escapeAll(bytesOf(string));
 }
 
-std::string addressOf(const ASN1_STRING* string) {
-  const std::string_view bytes = bytesOf(string);
+std::string addressOf(std::string_view bytes) {
   const int family = bytes.size() == 4 ? AF_INET : (bytes.size() == 16 ? AF_INET6 : -1);
   char text[INET6_ADDRSTRLEN];
   if (family == -1 || inet_ntop(family, bytes.data(), text, sizeof text) == nullptr) {
@@ -122,8 +121,7 @@ bool forEachAltName(const X509* certificate, Take take) {
 }
 
 template <class Take>
-void forEachCommonName(const X509* certificate, Take take) {
-  const X509_NAME* subject = X509_get_subject_name(certificate);
+void forEachCommonName(const X509_NAME* subject, Take take) {
   // OpenSSL 1.1.1 takes the name without const here, and changes nothing.
   auto* const lookup = const_cast<X509_NAME*>(subject);
   for (int at = X509_NAME_get_index_by_NID(lookup, NID_commonName, -1); at >= 0;
@@ -133,6 +131,17 @@ void forEachCommonName(const X509* certificate, Take take) {
 }
 
 }  // namespace
+
+std::string serialNumberText(std::string_view integer) {
+  const bool isPadded = integer.size() > 1 && integer.front() == 0;
+  if (isPadded) integer.remove_prefix(1);  // keeps a positive number positive; not part of it
+  std::string out;
+  for (const char byte : integer) {
+    if (!out.empty()) out += ' ';
+    appendHex(out, static_cast<unsigned char>(byte));
+  }
+  return out;
+}
 
 std::string serialNumberOf(const X509* certificate) {
   // The content of the DER integer: minimal two's complement, whatever the sign.
@@ -147,14 +156,7 @@ std::string serialNumberOf(const X509* certificate) {
   int tagClass = 0;
   std::string out;
   if ((ASN1_get_object(&at, &size, &tag, &tagClass, length) & 0x80) == 0) {
-    if (size > 1 && at[0] == 0) {  // keeps a positive number positive; not part of it
-      ++at;
-      --size;
-    }
-    for (long i = 0; i < size; ++i) {
-      if (i > 0) out += ' ';
-      appendHex(out, at[i]);
-    }
+    out = serialNumberText({reinterpret_cast<const char*>(at), static_cast<std::size_t>(size)});
   }
   OPENSSL_free(der);
   return out;
@@ -171,7 +173,7 @@ CertificateNames namesOf(const X509* certificate) {
       case GEN_DNS:
         return add(Kind::dns, std::string(bytesOf(string)));
       case GEN_IPADD:
-        return add(Kind::address, addressOf(string));
+        return add(Kind::address, addressOf(bytesOf(string)));
       case GEN_URI:
         return add(Kind::uri, std::string(bytesOf(string)));
       case GEN_EMAIL:
@@ -180,27 +182,44 @@ CertificateNames namesOf(const X509* certificate) {
         ++result.otherNames;
     }
   });
-  forEachCommonName(certificate, [&](const ASN1_STRING* string) {
+  forEachCommonName(X509_get_subject_name(certificate), [&](const ASN1_STRING* string) {
     add(Kind::commonName, utf8Of(string).value_or(std::string(bytesOf(string))));
   });
   return result;
 }
 
 std::vector<std::string> commonNamesOf(const X509* certificate) {
+  return commonNamesOf(X509_get_subject_name(certificate));
+}
+
+std::vector<std::string> commonNamesOf(const X509_NAME* subject) {
   std::vector<std::string> names;
-  forEachCommonName(certificate,
-                    [&](const ASN1_STRING* string) { names.push_back(textOf(string)); });
+  forEachCommonName(subject, [&](const ASN1_STRING* string) { names.push_back(textOf(string)); });
   return names;
+}
+
+std::string altNameText(int type, std::string_view content) {
+  switch (type) {
+    case GEN_DNS:
+      return "DNS:" + escapeAscii(content);
+    case GEN_IPADD:
+      return "IP Address:" + addressOf(content);
+    case GEN_URI:
+      return "URI:" + escapeAscii(content);
+    case GEN_EMAIL:
+      return "email:" + escapeAscii(content);
+    default:
+      return "";
+  }
 }
 
 std::vector<std::string> subjectAltNamesOf(const X509* certificate) {
   std::vector<std::string> result;
   const bool readable = forEachAltName(certificate, [&](int type, const ASN1_STRING* string) {
-    if (type == GEN_DNS) result.push_back("DNS:" + escapeAscii(bytesOf(string)));
-    if (type == GEN_IPADD) result.push_back("IP Address:" + addressOf(string));
-    if (type == GEN_URI) result.push_back("URI:" + escapeAscii(bytesOf(string)));
-    if (type == GEN_EMAIL) result.push_back("email:" + escapeAscii(bytesOf(string)));
+    const bool isText =
+        type == GEN_DNS || type == GEN_IPADD || type == GEN_URI || type == GEN_EMAIL;
+    if (isText) result.push_back(altNameText(type, bytesOf(string)));
   });
-  if (!readable) result.emplace_back("DNS:\\unreadable");
+  if (!readable) result.emplace_back(kUnreadableAltNames);
   return result;
 }

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <openssl/x509.h>
@@ -35,12 +36,19 @@ CertificateNames namesOf(const X509* certificate);
 // Upper-case hexadecimal pairs separated by spaces, without the padding of the
 // encoding: "01 AB". A negative number is its two's-complement bytes.
 std::string serialNumberOf(const X509* certificate);
+// The same of the content of a DER INTEGER.
+std::string serialNumberText(std::string_view integer);
 
 // All common names of the subject as UTF-8, in the order of the subject.
 std::vector<std::string> commonNamesOf(const X509* certificate);
+std::vector<std::string> commonNamesOf(const X509_NAME* subject);
 
 // The alternative names, each with its type: "DNS:", "IP Address:", "URI:", "email:".
 // Other types are left out. An extension that does not decode is one unmatchable DNS name.
 std::vector<std::string> subjectAltNamesOf(const X509* certificate);
+// One of them, by its number as a GeneralName and its content; empty for types left out.
+std::string altNameText(int type, std::string_view content);
+// The name that stands for all of an extension that does not decode.
+inline constexpr const char* kUnreadableAltNames = "DNS:\\unreadable";
 
 #endif

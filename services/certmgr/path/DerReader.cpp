@@ -47,7 +47,7 @@ DerReader::Element DerReader::take(unsigned char tag) {
 }
 
 void DerReader::expectEnd() const {
-  if (!atEnd()) throw DerError("there are bytes after the last element");
+  if (!atEnd()) throw DerError("there are bytes after its end");
 }
 
 std::string_view derContent(std::string_view bytes, unsigned char tag) {

@@ -9,6 +9,12 @@ namespace {
 
 constexpr unsigned kVersion3 = 3;
 
+// One with odd bits is left empty: no signature is, so it does not verify.
+std::string_view signatureOf(std::string_view bitString) {
+  if (bitString.empty()) throw DerError("the signature is missing");
+  return bitString.front() == 0 ? bitString.substr(1) : std::string_view();
+}
+
 unsigned takeVersion(DerReader& fields) {
   const unsigned char tag = DerReader::context(0, true);
   if (!fields.nextIs(tag)) return 1;
@@ -62,8 +68,14 @@ std::shared_ptr<const ParsedCertificate> ParsedCertificate::parse(std::string de
   SignedBytes& bytes = certificate->signedBytes;
   bytes.content = fields.whole;
   bytes.algorithm = parts.take(DerReader::kSequence).whole;
-  bytes.signature = derWholeBytes(parts.content(DerReader::kBitString));
+  bytes.signature = signatureOf(parts.content(DerReader::kBitString));
   parts.expectEnd();
   readFields(fields.content, *certificate);
   return certificate;
+}
+
+std::size_t ParsedCertificate::footprint() const {
+  // The names, read once more and compared, take about as much again; and a key of OpenSSL's.
+  constexpr std::size_t kFixed = 4096;
+  return kFixed + 3 * der.size() + altNames.size() * sizeof(GeneralName);
 }

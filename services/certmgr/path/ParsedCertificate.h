@@ -1,6 +1,7 @@
 #ifndef SERVICES_CERTMGR_PATH_PARSEDCERTIFICATE_H
 #define SERVICES_CERTMGR_PATH_PARSEDCERTIFICATE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -96,6 +97,8 @@ struct ParsedCertificate {
   static constexpr unsigned kCrlSign = 1U << 6;
 
   bool isSelfIssued() const { return subject == issuer; }
+  // About what it takes in memory, in bytes.
+  std::size_t footprint() const;
 };
 
 using CertificatePtr = std::shared_ptr<const ParsedCertificate>;

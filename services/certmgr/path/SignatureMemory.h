@@ -2,18 +2,17 @@
 #define SERVICES_CERTMGR_PATH_SIGNATUREMEMORY_H
 
 #include <cstddef>
-#include <mutex>
 #include <string>
-#include <unordered_map>
 
+#include "services/certmgr/path/Remembered.h"
 #include "services/certmgr/path/Signature.h"
 
 // Signature checks that were made, so that chains which share certificates do not repeat them.
-// Bounded; safe from several threads.
+// Safe from several threads.
 class SignatureMemory {
  public:
-  // Remembers at least `capacity` of the latest checks, at most twice as many.
-  explicit SignatureMemory(std::size_t capacity) : capacity_(capacity) {}
+  // Remembers at least the latest `capacity` checks.
+  explicit SignatureMemory(std::size_t capacity) : known_(capacity) {}
 
   // What checkSignature() says. `fingerprint` is the SHA-256 of what bears the signature, as a
   // whole. Throws std::bad_alloc.
@@ -21,12 +20,7 @@ class SignatureMemory {
                        const PublicKey& key);
 
  private:
-  using Known = std::unordered_map<std::string, SignatureState>;
-
-  const std::size_t capacity_;
-  std::mutex mutex_;
-  Known latest_;
-  Known earlier_;  // forgotten as a whole when latest_ is full
+  Remembered<SignatureState> known_;
 };
 
 #endif

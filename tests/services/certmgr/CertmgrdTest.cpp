@@ -234,7 +234,7 @@ TEST_F(CertmgrdTest, FileOfMoreThan64KiBIsRefused) {
 TEST_F(CertmgrdTest, BytesAfterACertificateAreRefused) {
   start();
   EXPECT_THAT(ask(request({files_.write("two.der", root.derString() + "x")})),
-              HasSubstr("bytes after its certificate"));
+              HasSubstr("no DER certificate (there are bytes after its end)"));
 }
 
 TEST_F(CertmgrdTest, ThirtyTwoCertificatesAreTaken) {

@@ -14,8 +14,9 @@
 
 #include "services/certmgr/Evaluator.h"
 #include "services/certmgr/TrustStores.h"
-#include "services/certmgr/VerificationTime.h"
+#include "services/common/CertificateFiles.h"
 #include "services/common/OpenSslOwners.h"
+#include "services/common/TimeText.h"
 
 namespace {
 
@@ -61,13 +62,14 @@ TEST(RealChains, AreValidAtTheirTime) {
     sources.root = "/nonexistent";
     sources.files = {base + ".root.pem"};
     TrustStores stores(sources);
-    const std::vector<X509Ptr> sent = readPem(base + ".pem");
+    std::vector<std::string> sent;
+    for (const X509Ptr& certificate : readPem(base + ".pem")) {
+      sent.push_back(derOf(certificate.get()));
+    }
     ASSERT_FALSE(sent.empty());
-    std::vector<X509*> intermediates;
-    for (size_t i = 1; i < sent.size(); ++i) intermediates.push_back(sent[i].get());
-    EXPECT_EQ(0U, evaluateChain(sent.front().get(), intermediates, *stores.get("a", "b"),
-                                parseVerificationTime(chain.time))
-                      .warnings);
+    const Verdict verdict =
+        Evaluator().evaluate(sent, stores.get("a", "b"), *parseTime(chain.time));
+    EXPECT_EQ(0U, verdict.evaluation->warnings());
   }
 }
 

@@ -1,5 +1,7 @@
 #include "services/certmgr/TrustStores.h"
 
+#include <filesystem>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -33,7 +35,10 @@ class TrustStoresTest : public testing::Test {
  protected:
   TrustStoresTest() : root(CertificateMaker("Root").asCa().make()) {}
   bool isAnchor(const TrustSources& sources) const {
-    return TrustStores(sources).get("a", "b")->find(root.get()) != nullptr;
+    return holdsRoot(TrustStores(sources).get("a", "b"));
+  }
+  bool holdsRoot(const std::shared_ptr<const TrustStore>& store) const {
+    return store->find(*ParsedCertificate::parse(root.derString())) != nullptr;
   }
   TemporaryDirectory directory_;
   TestCertificate root;
@@ -74,6 +79,65 @@ TEST_F(TrustStoresTest, UnchangedStoreIsLoadedOnce) {
 TEST_F(TrustStoresTest, StoresOfDifferentNamesAreApart) {
   TrustStores stores({.root = directory_.path("nowhere"), .files = {__FILE__}});
   EXPECT_NE(stores.get("a", "b"), stores.get("a", "c"));
+}
+
+TEST_F(TrustStoresTest, NewFileIsSeenByTheNextRequest) {
+  TrustStores stores({.root = directory_.path()});
+  stores.get("a", "b");
+  addToHashedDirectory(directory_.path("a/b"), root);
+  EXPECT_TRUE(holdsRoot(stores.get("a", "b")));
+}
+
+TEST_F(TrustStoresTest, RemovedFileIsSeenByTheNextRequest) {
+  const std::string file = addToHashedDirectory(directory_.path("a/b"), root);
+  TrustStores stores({.root = directory_.path()});
+  EXPECT_TRUE(holdsRoot(stores.get("a", "b")));
+  std::filesystem::remove(file);
+  EXPECT_FALSE(holdsRoot(stores.get("a", "b")));
+}
+
+TEST_F(TrustStoresTest, FileWrittenOverInPlaceIsSeenByTheNextRequest) {
+  const std::string other = CertificateMaker("Soor").asCa().make().pem();
+  directory_.write("a/b/00000000.0", other);
+  TrustStores stores({.root = directory_.path()});
+  EXPECT_FALSE(holdsRoot(stores.get("a", "b")));
+  directory_.write("a/b/00000000.0", root.pem());
+  EXPECT_TRUE(holdsRoot(stores.get("a", "b")));
+}
+
+TEST_F(TrustStoresTest, DirectoryPutInPlaceOfAnotherIsSeenByTheNextRequest) {
+  directory_.write("a/b/00000000.0", "nothing");
+  TrustStores stores({.root = directory_.path()});
+  stores.get("a", "b");
+  addToHashedDirectory(directory_.path("a/new"), root);
+  std::filesystem::rename(directory_.path("a/b"), directory_.path("a/old"));
+  std::filesystem::rename(directory_.path("a/new"), directory_.path("a/b"));
+  EXPECT_TRUE(holdsRoot(stores.get("a", "b")));
+}
+
+TEST_F(TrustStoresTest, ChangeBehindALinkIsSeenByTheNextRequest) {
+  const std::string target = directory_.write("elsewhere/root.pem", "nothing");
+  std::filesystem::create_directories(directory_.path("a/b"));
+  std::filesystem::create_symlink(target, directory_.path("a/b/00000000.0"));
+  TrustStores stores({.root = directory_.path()});
+  EXPECT_FALSE(holdsRoot(stores.get("a", "b")));
+  directory_.write("elsewhere/root.pem", root.pem());
+  EXPECT_TRUE(holdsRoot(stores.get("a", "b")));
+}
+
+TEST_F(TrustStoresTest, ForgottenStoreIsLoadedAnew) {
+  TrustStores stores({.root = directory_.path("nowhere"), .files = {__FILE__}});
+  const auto before = stores.get("a", "b");
+  stores.forget();
+  EXPECT_NE(before, stores.get("a", "b"));
+}
+
+TEST_F(TrustStoresTest, StoreInUseStaysAsItWasWhenItsFilesChange) {
+  TrustStores stores({.root = directory_.path()});
+  const auto before = stores.get("a", "b");
+  addToHashedDirectory(directory_.path("a/b"), root);
+  stores.get("a", "b");
+  EXPECT_FALSE(holdsRoot(before));
 }
 
 }  // namespace
