@@ -222,24 +222,6 @@ const Understood* understoodExtension(std::string_view oid) {
   return found == std::end(kUnderstood) ? nullptr : found;
 }
 
-struct Extension {
-  std::string_view oid;
-  bool critical = false;
-  std::string_view value;
-};
-
-Extension takeExtension(DerReader& list) {
-  DerReader parts(list.content(DerReader::kSequence));
-  Extension extension;
-  extension.oid = parts.content(DerReader::kOid);
-  if (parts.nextIs(DerReader::kBoolean)) {
-    extension.critical = derBoolean(parts.content(DerReader::kBoolean));
-  }
-  extension.value = parts.content(DerReader::kOctetString);
-  parts.expectEnd();
-  return extension;
-}
-
 void readExtension(const Extension& extension, ParsedCertificate& certificate) {
   const Understood* understood = understoodExtension(extension.oid);
   if (understood == nullptr) {
@@ -254,6 +236,18 @@ void readExtension(const Extension& extension, ParsedCertificate& certificate) {
 }
 
 }  // namespace
+
+Extension takeExtension(DerReader& list) {
+  DerReader parts(list.content(DerReader::kSequence));
+  Extension extension;
+  extension.oid = parts.content(DerReader::kOid);
+  if (parts.nextIs(DerReader::kBoolean)) {
+    extension.critical = derBoolean(parts.content(DerReader::kBoolean));
+  }
+  extension.value = parts.content(DerReader::kOctetString);
+  parts.expectEnd();
+  return extension;
+}
 
 std::vector<GeneralName> readGeneralNames(std::string_view content) {
   std::vector<GeneralName> names;

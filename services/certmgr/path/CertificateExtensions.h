@@ -4,12 +4,23 @@
 #include <string_view>
 #include <vector>
 
+#include "services/certmgr/path/DerReader.h"
 #include "services/certmgr/path/ParsedCertificate.h"
 
 // Reads the Extensions element into the certificate's fields. An extension that does not decode,
 // or is there twice, is noted as unreadable, and leaves its fields as they were. Throws DerError
 // when not even a list of extensions can be told.
 void readExtensions(std::string_view extensions, ParsedCertificate& certificate);
+
+// One extension, of a certificate, a list or a list's entry.
+struct Extension {
+  std::string_view oid;
+  bool critical = false;
+  std::string_view value;
+};
+
+// Takes the next one off an Extensions element's content. Throws DerError.
+Extension takeExtension(DerReader& list);
 
 // The content of a GeneralNames element. Throws DerError.
 std::vector<GeneralName> readGeneralNames(std::string_view content);

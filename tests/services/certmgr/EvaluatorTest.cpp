@@ -1,80 +1,18 @@
 #include "services/certmgr/Evaluator.h"
 
 #include <atomic>
-#include <list>
-#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <openssl/pem.h>
 
-#include "services/certmgr/TrustStores.h"
-#include "services/common/OpenSslOwners.h"
-#include "services/common/TimeText.h"
+#include "tests/services/certmgr/JudgedTest.h"
 #include "tests/support/CertificateMaker.h"
-#include "tests/support/TemporaryDirectory.h"
 
 namespace {
 
-// Findings as their names, so that a difference can be read.
-std::string namesOf(Warnings warnings) {
-  std::list<std::string> names;
-  CertificateWarnings::appendNames(warnings, &names);
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : " ") + name;
-  return text;
-}
-
-class EvaluatorTest : public testing::Test {
- protected:
-  EvaluatorTest()
-      : root(CertificateMaker("Root").asCa().make()),
-        inter(CertificateMaker("Inter").asCa().issuedBy(root).make()) {
-    trust(root);
-  }
-
-  void trust(const TestCertificate& anchor) {
-    addToHashedDirectory(directory_.path("common/user_trusted"), anchor);
-  }
-  void publish(const CrlMaker& crl) {
-    addToHashedDirectory(directory_.path("common/user_trusted"), crl);
-  }
-
-  static CertificateMaker leafBy(const TestCertificate& issuer) {
-    CertificateMaker maker("leaf.example");
-    maker.asServer().dns("leaf.example").issuedBy(issuer);
-    return maker;
-  }
-
-  std::shared_ptr<const TrustStore> store() const {
-    TrustSources sources;
-    sources.root = directory_.path();
-    return TrustStores(sources).get("common", "user_trusted");
-  }
-
-  static std::vector<std::string> chainOf(const TestCertificate& leaf,
-                                          const std::vector<TestCertificate>& others) {
-    std::vector<std::string> chain{leaf.derString()};
-    for (const TestCertificate& other : others) chain.push_back(other.derString());
-    return chain;
-  }
-
-  Evaluation evaluate(const TestCertificate& leaf, const std::vector<TestCertificate>& others,
-                      const std::string& when = "2026-01-01T00:00:00Z") const {
-    return *Evaluator().evaluate(chainOf(leaf, others), store(), *parseTime(when)).evaluation;
-  }
-
-  std::string findings(const TestCertificate& leaf, const std::vector<TestCertificate>& others,
-                       const std::string& when = "2026-01-01T00:00:00Z") const {
-    return namesOf(evaluate(leaf, others, when).warnings());
-  }
-
-  TemporaryDirectory directory_;
-  TestCertificate root;
-  TestCertificate inter;
-};
+class EvaluatorTest : public JudgedTest {};
 
 TEST_F(EvaluatorTest, GoodChainHasNoFinding) {
   EXPECT_EQ("", findings(leafBy(inter).make(), {inter}));
@@ -129,20 +67,18 @@ TEST_F(EvaluatorTest, TrustedLeafMayNotIssueOthers) {
 
 TEST_F(EvaluatorTest, LeafThatIsAnAnchorOnlyForOtherUsesIsNotTrusted) {
   const TestCertificate self = CertificateMaker("self.example").make();
-  BioPtr bio(BIO_new(BIO_s_mem()));
-  const OpenSslOwner<ASN1_OBJECT, ASN1_OBJECT_free> use(OBJ_txt2obj("serverAuth", 0));
-  X509_add1_reject_object(self.get(), use.get());
-  PEM_write_bio_X509_AUX(bio.get(), self.get());
-  X509_reject_clear(self.get());
-  char* pem = nullptr;
-  const long length = BIO_get_mem_data(bio.get(), &pem);
-  directory_.write("common/user_trusted/00000000.0", {pem, static_cast<size_t>(length)});
+  store->add(Anchor{ParsedCertificate::parse(self.derString()), Anchor::Use::refused});
   EXPECT_EQ("NO_TRUSTED", findings(self, {}));
+}
+
+TEST_F(EvaluatorTest, AnchorForServersInSoManyWordsMayBeForOtherPurposesToo) {
+  const TestCertificate mail = ca("Mail Root").extendedKeyUsage("emailProtection").make();
+  store->add(Anchor{ParsedCertificate::parse(mail.derString()), Anchor::Use::server});
+  EXPECT_EQ("", findings(leafBy(mail).make(), {}));
 }
 
 TEST_F(EvaluatorTest, ManyThreadsMayShareOneEvaluatorAndStore) {
   publish(CrlMaker(inter).revoke(leafBy(inter).serial({8}).make()));
-  const auto shared = store();
   const std::vector<std::string> chain = chainOf(leafBy(inter).make(), {inter});
   Evaluator evaluator;
   std::atomic<int> valid{0};
@@ -150,7 +86,7 @@ TEST_F(EvaluatorTest, ManyThreadsMayShareOneEvaluatorAndStore) {
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] {
       for (int j = 0; j < 25; ++j) {
-        valid += evaluator.evaluate(chain, shared, 1767225600).evaluation->isValid() ? 1 : 0;
+        valid += evaluator.evaluate(chain, store, 1767225600).evaluation->isValid() ? 1 : 0;
       }
     });
   }
