@@ -45,21 +45,22 @@ CertDetailsService::CertDetailsService(TrustSources sources, const std::string& 
       when_(when),
       records_(std::move(records)) {}
 
-// Several threads may see the same loads: only one counts them.
-void CertDetailsService::countLoads() {
+std::shared_ptr<const TrustStore> CertDetailsService::storeFor(const CertDetailsRequest& request) {
+  auto store = stores_.get(request.application, request.className);
+  // Several threads may see the same loads: only one counts them.
   const std::uint64_t loads = stores_.loads();
   std::uint64_t counted = countedLoads_;
   while (counted < loads) {
     if (!countedLoads_.compare_exchange_weak(counted, loads)) continue;
     records_.counters().add(Counters::storeLoads, loads - counted);
-    return;
+    break;
   }
+  return store;
 }
 
 Verdict CertDetailsService::judge(const CertDetailsRequest& request,
+                                  const std::shared_ptr<const TrustStore>& store,
                                   const std::vector<std::string>& sent) {
-  const auto store = stores_.get(request.application, request.className);
-  countLoads();
   try {
     return evaluator_.evaluate(sent, store, when_.value_or(currentTime()));
   } catch (const UnreadableCertificate& unreadable) {
@@ -93,9 +94,10 @@ std::string CertDetailsService::answerAny(const ControlRequest& request, Clock::
 
 std::string CertDetailsService::answerDetails(const CertDetailsRequest& request, const Asker& asker,
                                               Clock::time_point start) {
+  const std::shared_ptr<const TrustStore> store = storeFor(request);
   std::vector<std::string> sent;
   for (const std::string& path : request.paths) sent.push_back(readCertificateFile(path));
-  const Verdict verdict = judge(request, sent);
+  const Verdict verdict = judge(request, store, sent);
 
   const Evaluation& evaluation = *verdict.evaluation;
   const ParsedCertificate& leaf = *evaluation.path.front();

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -38,8 +39,9 @@ class CertDetailsService {
   std::string answerAny(const ControlRequest& request, Clock::time_point start);
   std::string answerDetails(const CertDetailsRequest& request, const Asker& asker,
                             Clock::time_point start);
-  Verdict judge(const CertDetailsRequest& request, const std::vector<std::string>& sent);
-  void countLoads();
+  std::shared_ptr<const TrustStore> storeFor(const CertDetailsRequest& request);
+  Verdict judge(const CertDetailsRequest& request, const std::shared_ptr<const TrustStore>& store,
+                const std::vector<std::string>& sent);
 
   TrustStores stores_;
   Evaluator evaluator_;

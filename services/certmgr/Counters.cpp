@@ -72,7 +72,6 @@ Counters Counters::create() {
 }
 
 Counters Counters::attach(int fd) {
-  OwnedFd owned(fd);
   struct stat status = {};
   if (::fstat(fd, &status) != 0) failBecause(errno);
   // Sealed, so that nobody can cut the memory away from under who reads it.
@@ -81,8 +80,11 @@ Counters Counters::attach(int fd) {
       (seals & F_SEAL_SHRINK) == 0) {
     fail("the descriptor " + std::to_string(fd) + " leads to none");
   }
-  Counters counters = map(std::move(owned));
-  if (counters.shared_->mark != kMark) fail("those of another release");
+  Counters counters = map(OwnedFd(fd));
+  if (counters.shared_->mark != kMark) {
+    (void)counters.fd_.release();
+    fail("those of another release");
+  }
   return counters;
 }
 

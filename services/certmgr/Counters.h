@@ -29,8 +29,8 @@ class Counters {
 
   // New ones, all 0. Throws std::runtime_error when the system has no memory for them.
   static Counters create();
-  // Those behind a descriptor that another process got from fd(). Takes the descriptor over.
-  // Throws std::runtime_error when it leads to anything else.
+  // Those behind a descriptor that another process got from fd(). Takes the descriptor over,
+  // or throws std::runtime_error when it leads to anything else.
   static Counters attach(int fd);
 
   // For a child process; it stays this object's, and is closed by exec().

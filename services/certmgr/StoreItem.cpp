@@ -203,6 +203,10 @@ void reportCertificate(const StoreItem& item, std::int64_t now, StoreFile& file)
   checkAuthority(certificate, file);
   checkKey(certificate, file);
   checkOwnSignature(certificate, file);
+  for (const std::string& oid : certificate.unknownCritical) {
+    file.problems.push_back("its critical extension " + oid +
+                            " is not understood, so no chain below it is valid: replace it");
+  }
   for (const std::string& part : certificate.unreadable) {
     file.problems.push_back("a part of it cannot be read (" + printableText(part) +
                             "): replace it");

@@ -77,7 +77,8 @@ TEST(Counters, ProcessesCountTogether) {
 }
 
 TEST(Counters, DescriptorThatLeadsElsewhereIsRefused) {
-  const int fd = memfd_create("empty", MFD_CLOEXEC);
+  const OwnedFd other(memfd_create("empty", MFD_CLOEXEC));
+  const int fd = other.get();
   EXPECT_THROWS(Counters::attach(fd), std::runtime_error,
                 "cannot share counters: the descriptor " + std::to_string(fd) + " leads to none");
 }

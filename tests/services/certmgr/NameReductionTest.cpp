@@ -86,15 +86,16 @@ INSTANTIATE_TEST_SUITE_P(
                     Names{"email:*.x.example", "DNS:a.x.example"},    // not a DNS name
                     Names{"DNS:*.x.example", "email:a.x.example"}));
 
-// Every name of up to three labels out of these, and odd ones.
+// Names of up to three labels, and odd ones.
 Names manyNames() {
   const Names labels = {"a", "ab", "a*", "*", "*a", "1", "B", ""};
+  const Names last = {"a", "1", ""};
   Names names;
   for (const std::string& first : labels) {
     names.push_back("DNS:" + first);
     for (const std::string& second : labels) {
       names.push_back("DNS:" + first + "." + second);
-      for (const std::string& third : labels) {
+      for (const std::string& third : last) {
         names.push_back("DNS:" + first + "." + second + "." + third);
       }
     }

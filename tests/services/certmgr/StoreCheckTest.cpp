@@ -158,6 +158,12 @@ TEST_F(StoreCheckTest, WeakKeyIsAProblem) {
               ElementsAre("its key (RSA 1024) is no longer safe: replace it"));
 }
 
+TEST_F(StoreCheckTest, CriticalExtensionThatNobodyKnowsIsAProblem) {
+  EXPECT_THAT(problemsOf(add(CertificateMaker("X").asCa().unknownExtension(true).make())),
+              ElementsAre(AllOf(StartsWith("its critical extension "),
+                                HasSubstr("no chain below it is valid"))));
+}
+
 TEST_F(StoreCheckTest, WeakSignatureOfATrustedCertificateIsOnlyNoted) {
   const StoreFile file = fileOf(add(CertificateMaker("Old").asCa().digest("SHA1").make()));
   EXPECT_THAT(file.problems, IsEmpty());
