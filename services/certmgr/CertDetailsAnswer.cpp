@@ -4,9 +4,21 @@
 #include <stdexcept>
 #include <string>
 
+#include "services/certmgr/AnswerNames.h"
 #include "services/certmgr/NameReduction.h"
+#include "services/common/CertificateNames.h"
 #include "services/common/TextWriter.h"
 #include "services/common/WarningTexts.h"
+
+CertDetailsAnswer CertDetailsAnswer::about(const Evaluation& evaluation) {
+  const ParsedCertificate& leaf = *evaluation.path.front();
+  CertDetailsAnswer answer;
+  answer.serial = serialNumberText(leaf.serial);
+  answer.commonNames = commonNamesOf(leaf);
+  answer.subjectAltNames = subjectAltNamesOf(leaf);
+  answer.warnings = evaluation.warnings();
+  return answer;
+}
 
 std::string CertDetailsAnswer::encode() const {
   TextWriter writer(TextWriter::Form::attributes);

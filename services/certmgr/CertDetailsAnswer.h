@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "services/certmgr/Warnings.h"
+#include "services/certmgr/path/Evaluation.h"
 
 // The answer to "getcertdetails". "validity" is VALID exactly when there are no
 // warnings; "warnings" is there only when it is not.
@@ -17,6 +18,9 @@ struct CertDetailsAnswer {
   std::vector<std::string> subjectAltNames;
   Warnings warnings = 0;
   std::vector<std::string> chain;  // paths, leaf first
+
+  // What it says of a verdict; the id and the chain are left to the caller.
+  static CertDetailsAnswer about(const Evaluation& evaluation);
 
   // The attribute text. Throws std::runtime_error when the codec refuses a member.
   std::string encode() const;

@@ -5,11 +5,9 @@
 #include <vector>
 
 #include "platform/objects/ControlServer.h"
-#include "services/certmgr/AnswerNames.h"
 #include "services/certmgr/CertDetailsAnswer.h"
 #include "services/certmgr/CountersAnswer.h"
 #include "services/common/CertificateFiles.h"
-#include "services/common/CertificateNames.h"
 #include "services/common/TextReader.h"
 #include "services/common/TimeText.h"
 
@@ -100,13 +98,8 @@ std::string CertDetailsService::answerDetails(const CertDetailsRequest& request,
   const Verdict verdict = judge(request, store, sent);
 
   const Evaluation& evaluation = *verdict.evaluation;
-  const ParsedCertificate& leaf = *evaluation.path.front();
-  CertDetailsAnswer answer;
+  CertDetailsAnswer answer = CertDetailsAnswer::about(evaluation);
   answer.id = request.id;
-  answer.serial = serialNumberText(leaf.serial);
-  answer.commonNames = commonNamesOf(leaf);
-  answer.subjectAltNames = subjectAltNamesOf(leaf);
-  answer.warnings = evaluation.warnings();
   answer.chain = nameChain(evaluation.path, sent, request.paths, chainFiles_);
   std::string text = answer.encodeWithin(ControlServer::kMaxAnswerBytes);
   records_.decided({asker, request.application, request.className, evaluation, verdict.remembered,

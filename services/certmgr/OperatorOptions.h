@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "services/certmgr/RequestRecords.h"
+#include "services/certmgr/StoreFiles.h"
 
 namespace CLI {
 class App;
@@ -16,7 +17,17 @@ class App;
 struct OperatorOptions {
   std::optional<LogLevel> logLevel;  // nothing: as fits what is run
   int countersFd = -1;               // of another process of the same service; -1: new ones
-  std::string checkStore;            // a directory to explain instead of serving; or empty
+  std::string checkStore;            // a directory to tell of instead of serving; or empty
+  std::vector<std::string> explain;  // files of a chain to judge instead of serving; or none
+  std::string application = "common";
+  std::string className = "user_trusted";
+};
+
+// What of the service's own options a verdict depends on.
+struct JudgingOptions {
+  TrustSources trust;
+  std::int64_t now = 0;          // seconds since 1970
+  std::string runtimeDirectory;  // empty: where clients of this environment look
 };
 
 void describeOperatorOptions(CLI::App& app, OperatorOptions& options);
@@ -28,7 +39,8 @@ RequestRecords makeRecords(const OperatorOptions& options, bool isPrivate);
 
 // Does what was asked for in place of serving, and returns the program's exit status: 0 nothing
 // is wrong, 1 something is, 2 it could not be looked at (then with a line on stderr). Nothing
-// when the service is to serve. `now` is what to judge by, in seconds since 1970.
-std::optional<int> runInsteadOfServing(const OperatorOptions& options, std::int64_t now);
+// when the service is to serve.
+std::optional<int> runInsteadOfServing(const OperatorOptions& options,
+                                       const JudgingOptions& judging);
 
 #endif

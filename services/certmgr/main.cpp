@@ -120,11 +120,14 @@ class RemovedAtEnd {
   std::string directory_;
 };
 
+void joinSystemAnchors(Options& options) {
+  if (!options.noSystemAnchors) options.trust.hashedDirectories.push_back(options.systemAnchors);
+}
+
 void serve(Options options, pid_t parent) {
   const RemovedAtEnd cleanup(options.ephemeral ? options.server.runtimeDirectory : "");
   if (options.ephemeral) followParent(parent);
   requireUsable(options.trust);
-  if (!options.noSystemAnchors) options.trust.hashedDirectories.push_back(options.systemAnchors);
 
   options.server.service = "certmgr";
   // Made once the server holds its place, so that a second service touches no file.
@@ -149,7 +152,10 @@ int main(int argc, char** argv) {
   describe(app, options);
   std::optional<int> asked;
   const int status = runService(app, argc, argv, [&] {
-    asked = runInsteadOfServing(options.operation, options.when.value_or(currentTime()));
+    joinSystemAnchors(options);
+    asked = runInsteadOfServing(
+        options.operation,
+        {options.trust, options.when.value_or(currentTime()), options.server.runtimeDirectory});
     if (!asked) serve(std::move(options), parent);
   });
   return asked.value_or(status);

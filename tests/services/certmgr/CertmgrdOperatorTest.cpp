@@ -136,4 +136,28 @@ TEST_F(CertmgrdTest, CheckOfAStoreThatIsMissingEndsWithStatusTwo) {
             check.errors());
 }
 
+TEST_F(CertmgrdTest, ExplanationOfAValidChainEndsWithStatusZero) {
+  addToHashedDirectory(store_, root);
+  ServiceProcess explained({"--root=" + files_.path("stores"), "--no-system-anchors",
+                            "--explain=" + write("leaf.der", leafByRoot())});
+  EXPECT_EQ(0, explained.wait());
+}
+
+TEST_F(CertmgrdTest, ExplanationOfAnInvalidChainEndsWithStatusOne) {
+  addToHashedDirectory(store_, root);
+  ServiceProcess explained({"--root=" + files_.path("stores"), "--no-system-anchors",
+                            "--application=other", "--class=store",
+                            "--explain=" + write("leaf.der", leafByRoot())});
+  EXPECT_EQ(1, explained.wait());
+}
+
+TEST_F(CertmgrdTest, ExplanationOfWhatIsNoCertificateEndsWithStatusTwo) {
+  const std::string file = files_.write("text", "no certificate");
+  ServiceProcess explained({"--no-system-anchors", "--explain=" + file});
+  EXPECT_EQ(2, explained.wait());
+  EXPECT_EQ("trust-certmgrd: cannot use the file " + file +
+                ": it holds no certificate in DER or PEM form\n",
+            explained.errors());
+}
+
 }  // namespace
