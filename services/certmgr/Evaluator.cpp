@@ -39,7 +39,7 @@ CertificatePtr Evaluator::read(const std::string& der, std::size_t place) {
   const std::string fingerprint = sha256Of(der);
   if (std::optional<CertificatePtr> known = certificates_.find(fingerprint)) return *known;
   try {
-    CertificatePtr certificate = ParsedCertificate::parse(der);
+    CertificatePtr certificate = ParsedCertificate::parse(der, fingerprint);
     certificates_.keep(fingerprint, certificate, certificate->footprint());
     return certificate;
   } catch (const DerError& error) {

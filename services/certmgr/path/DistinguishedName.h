@@ -16,7 +16,8 @@ class DistinguishedName {
 
   bool isEmpty() const { return ends_.empty(); }
   bool operator==(const DistinguishedName& other) const { return key_ == other.key_; }
-  // Equal for equal names, and different for others: a key for maps.
+  // Equal for equal names, and different for others: a key for maps. Starts with the key of
+  // every name in whose subtree this one lies, and of no other.
   const std::string& key() const { return key_; }
   // Whether this name starts with all the relative names of `base`: lies in its subtree.
   bool isWithin(const DistinguishedName& base) const;

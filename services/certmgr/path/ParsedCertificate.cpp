@@ -60,9 +60,15 @@ void readFields(std::string_view content, ParsedCertificate& certificate) {
 }  // namespace
 
 std::shared_ptr<const ParsedCertificate> ParsedCertificate::parse(std::string der) {
+  std::string fingerprint = sha256Of(der);
+  return parse(std::move(der), std::move(fingerprint));
+}
+
+std::shared_ptr<const ParsedCertificate> ParsedCertificate::parse(std::string der,
+                                                                  std::string fingerprint) {
   auto certificate = std::make_shared<ParsedCertificate>();
   certificate->der = std::move(der);
-  certificate->fingerprint = sha256Of(certificate->der);
+  certificate->fingerprint = std::move(fingerprint);
   DerReader parts(derContent(certificate->der, DerReader::kSequence));
   const DerReader::Element fields = parts.take(DerReader::kSequence);
   SignedBytes& bytes = certificate->signedBytes;

@@ -59,6 +59,8 @@ struct DistributionPoint {
 struct ParsedCertificate {
   // Throws DerError when the bytes are not exactly one certificate.
   static std::shared_ptr<const ParsedCertificate> parse(std::string der);
+  // The same for who knows the fingerprint already.
+  static std::shared_ptr<const ParsedCertificate> parse(std::string der, std::string fingerprint);
 
   std::string der;
   std::string fingerprint;  // SHA-256, 32 bytes

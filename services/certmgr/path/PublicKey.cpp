@@ -85,7 +85,6 @@ NumberPtr numberOf(const std::string& magnitude) {
 
 #if OPENSSL_VERSION_NUMBER >= 0x30000000L
 
-using KeyContextPtr = OpenSslOwner<EVP_PKEY_CTX, EVP_PKEY_CTX_free>;
 using ParamBuilderPtr = OpenSslOwner<OSSL_PARAM_BLD, OSSL_PARAM_BLD_free>;
 using ParamsPtr = OpenSslOwner<OSSL_PARAM, OSSL_PARAM_free>;
 
@@ -253,10 +252,22 @@ void PublicKey::make() const {
     case Kind::other:
       break;
   }
+  const bool signsDigests = kind_ == Kind::rsa || kind_ == Kind::ellipticCurve;
+  if (key_ != nullptr && signsDigests) {
+    verification_.reset(EVP_PKEY_CTX_new(key_.get(), nullptr));
+    const bool ready = verification_ != nullptr && EVP_PKEY_verify_init(verification_.get()) == 1 &&
+                       EVP_PKEY_CTX_set_signature_md(verification_.get(), sha256()) == 1;
+    if (!ready) verification_.reset();
+  }
   throwIfOutOfMemory();
 }
 
 EVP_PKEY* PublicKey::get() const {
   std::call_once(made_, [this] { make(); });
   return key_.get();
+}
+
+KeyContextPtr PublicKey::verification() const {
+  if (get() == nullptr || verification_ == nullptr) return {};
+  return KeyContextPtr(EVP_PKEY_CTX_dup(verification_.get()));
 }

@@ -8,6 +8,8 @@
 
 #include "services/common/OpenSslOwners.h"
 
+using KeyContextPtr = OpenSslOwner<EVP_PKEY_CTX, EVP_PKEY_CTX_free>;
+
 // A public key as certificates carry it. Reading one is cheap; OpenSSL's form of it is made
 // when it is first asked for, which leaves never are. Safe from several threads.
 class PublicKey {
@@ -32,6 +34,9 @@ class PublicKey {
   // NULL when OpenSSL refuses it. Throws std::bad_alloc; the next call then tries again. It lives
   // as long as this object.
   EVP_PKEY* get() const;
+  // A context of its own that is ready to verify a signature of a SHA-256; NULL for Edwards curves,
+  // and when OpenSSL refuses the key. Throws std::bad_alloc.
+  KeyContextPtr verification() const;
 
  private:
   void readRsa(std::string_view bits);
@@ -48,6 +53,7 @@ class PublicKey {
   std::string exponent_;    // RSA
   mutable std::once_flag made_;
   mutable OpenSslOwner<EVP_PKEY, EVP_PKEY_free> key_;
+  mutable KeyContextPtr verification_;  // only ever copied: setting one up costs more
 };
 
 #endif

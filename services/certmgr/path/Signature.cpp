@@ -141,21 +141,37 @@ const unsigned char* bytesOf(std::string_view text) {
 
 using DigestContextPtr = OpenSslOwner<EVP_MD_CTX, EVP_MD_CTX_free>;
 
-bool verifies(const SignedBytes& bytes, const Scheme& scheme, EVP_PKEY* key) {
+bool setScheme(EVP_PKEY_CTX* context, const Scheme& scheme) {
+  if (scheme.digest != sha256() && EVP_PKEY_CTX_set_signature_md(context, scheme.digest) != 1) {
+    return false;
+  }
+  if (scheme.maskDigest == nullptr) return true;
+  return EVP_PKEY_CTX_set_rsa_padding(context, RSA_PKCS1_PSS_PADDING) == 1 &&
+         EVP_PKEY_CTX_set_rsa_mgf1_md(context, scheme.maskDigest) == 1 &&
+         EVP_PKEY_CTX_set_rsa_pss_saltlen(context, scheme.saltLength) == 1;
+}
+
+// Edwards curves sign the bytes themselves.
+bool verifiesWhole(const SignedBytes& bytes, EVP_PKEY* key) {
   const DigestContextPtr context(EVP_MD_CTX_new());
-  EVP_PKEY_CTX* keyContext = nullptr;
-  if (context == nullptr ||
-      EVP_DigestVerifyInit(context.get(), &keyContext, scheme.digest, nullptr, key) != 1) {
-    return false;
-  }
-  if (scheme.maskDigest != nullptr &&
-      (EVP_PKEY_CTX_set_rsa_padding(keyContext, RSA_PKCS1_PSS_PADDING) != 1 ||
-       EVP_PKEY_CTX_set_rsa_mgf1_md(keyContext, scheme.maskDigest) != 1 ||
-       EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, scheme.saltLength) != 1)) {
-    return false;
-  }
-  return EVP_DigestVerify(context.get(), bytesOf(bytes.signature), bytes.signature.size(),
+  return context != nullptr &&
+         EVP_DigestVerifyInit(context.get(), nullptr, nullptr, nullptr, key) == 1 &&
+         EVP_DigestVerify(context.get(), bytesOf(bytes.signature), bytes.signature.size(),
                           bytesOf(bytes.content), bytes.content.size()) == 1;
+}
+
+// Digest and signature apart: EVP_DigestVerify takes 2 us longer for looking things up.
+bool verifies(const SignedBytes& bytes, const Scheme& scheme, const PublicKey& key) {
+  if (scheme.digest == nullptr) return verifiesWhole(bytes, key.get());
+  unsigned char digest[EVP_MAX_MD_SIZE];
+  unsigned length = 0;
+  const KeyContextPtr context = key.verification();
+  return context != nullptr &&
+         EVP_Digest(bytes.content.data(), bytes.content.size(), digest, &length, scheme.digest,
+                    nullptr) == 1 &&
+         setScheme(context.get(), scheme) &&
+         EVP_PKEY_verify(context.get(), bytesOf(bytes.signature), bytes.signature.size(), digest,
+                         length) == 1;
 }
 
 }  // namespace
@@ -166,7 +182,7 @@ SignatureState checkSignature(const SignedBytes& bytes, const PublicKey& key) {
     const std::optional<Scheme> scheme = schemeOf(bytes.algorithm, key);
     if (!scheme || key.get() == nullptr) return SignatureState::unsupported;
     ERR_clear_error();
-    const bool good = verifies(bytes, *scheme, key.get());
+    const bool good = verifies(bytes, *scheme, key);
     throwIfOutOfMemory();
     if (!good) return SignatureState::wrong;
     return scheme->isWeak ? SignatureState::weak : SignatureState::good;

@@ -8,7 +8,7 @@ const std::string_view kCommonName = "\x55\x04\x03";
 const std::string_view kOrganization = "\x55\x04\x0a";
 const std::string_view kEmailAddress = "\x2a\x86\x48\x86\xf7\x0d\x01\x09\x01";
 
-std::string der(unsigned char tag, std::string_view content) {
+std::string derElement(unsigned char tag, std::string_view content) {
   std::string out(1, static_cast<char>(tag));
   if (content.size() < 0x80) {
     out += static_cast<char>(content.size());
@@ -27,10 +27,11 @@ std::string nameDer(NameParts parts) {
   constexpr unsigned char kUtf8String = 0x0c;
   std::string content;
   for (const auto& [type, value] : parts) {
-    content += der(DerReader::kSet, der(DerReader::kSequence, der(DerReader::kOid, type) +
-                                                                  der(kUtf8String, value)));
+    content += derElement(DerReader::kSet,
+                          derElement(DerReader::kSequence, derElement(DerReader::kOid, type) +
+                                                               derElement(kUtf8String, value)));
   }
-  return der(DerReader::kSequence, content);
+  return derElement(DerReader::kSequence, content);
 }
 
 std::shared_ptr<MadeCertificate> MadeCertificate::make(NameParts subject, NameParts issuer) {

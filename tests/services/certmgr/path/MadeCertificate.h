@@ -11,7 +11,7 @@
 #include "services/certmgr/path/ParsedCertificate.h"
 
 // A DER element.
-std::string der(unsigned char tag, std::string_view content);
+std::string derElement(unsigned char tag, std::string_view content);
 
 // A Name element of relative names of one attribute each: the attribute's OBJECT IDENTIFIER and
 // its value, a UTF8String.

@@ -60,16 +60,14 @@ class UriWithoutAHost : public testing::TestWithParam<std::string> {};
 TEST_P(UriWithoutAHost, HasNoKey) {
   EXPECT_FALSE(uriHostKey(GetParam()));
 }
-INSTANTIATE_TEST_SUITE_P(NameForms, UriWithoutAHost,
-                         testing::Values(""s, "a.example"s, "urn:a:b"s, "mailto:joe@a.example"s,
-                                         "http:a.example"s, "http:///p"s, "://a.example"s,
-                                         "1x://a.example"s, "http://192.0.2.1/"s,
-                                         "http://[2001:db8::1]/"s, "http://3221225985/"s,
-                                         "http://0xc0000201/"s, "http://192.0.2.1."s,
-                                         "http://x@y@a.example/"s, "http://a%2eexample/"s,
-                                         "http://a.example:8x/"s, "http://a\\b.example/"s,
-                                         "http://*.example/"s, "http://a.example/\0"s,
-                                         "http://a.example/ b"s));
+INSTANTIATE_TEST_SUITE_P(
+    NameForms, UriWithoutAHost,
+    testing::Values(""s, "a.example"s, "urn:a:b"s, "mailto:joe@a.example"s, "http:a.example"s,
+                    "http:///p"s, "://a.example"s, "1x://a.example"s, "http://192.0.2.1/"s,
+                    "http://[2001:db8::1]/"s, "http://3221225985/"s, "http://0xc0000201/"s,
+                    "http://192.0.2.1."s, "http://x@y@a.example/"s, "http://a%2eexample/"s,
+                    "http://a.example:8x/"s, "http://a\\b.example/"s, "http://*.example/"s,
+                    "http://a.example/\0"s, "http://a.example/ b"s));
 
 TEST(NameForms, AddressIsItsBits) {
   EXPECT_EQ("400000001000000100000001111111111", addressKey("\x01\x02\x03\xff"));
