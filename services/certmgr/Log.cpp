@@ -29,9 +29,13 @@ bool needsNoQuotes(char c) {
          std::string_view("-_.,:/@+").find(c) != std::string_view::npos;
 }
 
+bool isPlain(std::string_view value) {
+  return !value.empty() && std::all_of(value.begin(), value.end(), needsNoQuotes);
+}
+
 void appendField(std::string& line, std::string_view key, std::string_view value) {
   line.append(" ").append(key).append("=");
-  const bool plain = !value.empty() && std::all_of(value.begin(), value.end(), needsNoQuotes);
+  const bool plain = isPlain(value);
   if (!plain) line += '"';
   line += value;
   if (!plain) line += '"';
@@ -47,7 +51,11 @@ std::optional<LogLevel> logLevelNamed(std::string_view name) {
 }
 
 LogLine& LogLine::add(std::string_view key, std::string_view value, std::size_t columns) {
-  appendField(text_, key, fitLines(escapeText(value, "\""), columns, 1).front());
+  if (value.size() <= columns && isPlain(value)) {  // most are: no need to look at each character
+    appendField(text_, key, value);
+  } else {
+    appendField(text_, key, fitLines(escapeText(value, "\""), columns, 1).front());
+  }
   return *this;
 }
 
