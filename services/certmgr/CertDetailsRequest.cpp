@@ -15,16 +15,23 @@ constexpr std::size_t kMaxIdBytes = 256;
 
 }  // namespace
 
+std::optional<std::string> readRequestId(TextReader& reader) {
+  std::optional<std::string> id = reader.optionalString("id");
+  if (id && id->size() > kMaxIdBytes) throw std::runtime_error("\"id\" is too long");
+  return id;
+}
+
 CertDetailsRequest CertDetailsRequest::parse(const std::string& text) {
   TextReader reader(text, TextReader::Form::attributes, "the request");
-  const std::string message = reader.string("msg");
+  return read(reader, reader.string("msg"));
+}
+
+CertDetailsRequest CertDetailsRequest::read(TextReader& reader, const std::string& message) {
   if (message != "getcertdetails") {
     throw std::runtime_error("unknown message \"" + message.substr(0, 64) + "\"");
   }
   CertDetailsRequest request;
-  request.id = reader.optionalString("id");
-  if (request.id && request.id->size() > kMaxIdBytes)
-    throw std::runtime_error("\"id\" is too long");
+  request.id = readRequestId(reader);
   reader.enter("dat");
   request.application = reader.string("application");
   request.className = reader.string("class");

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+class TextReader;
+
 // The request "getcertdetails":
 //   msg::getcertdetails
 //   id::ID
@@ -23,6 +25,11 @@ struct CertDetailsRequest {
 
   // Throws std::runtime_error that says what is wrong with the text.
   static CertDetailsRequest parse(const std::string& text);
+  // The same for a text that is being read, and whose "msg" is `message`.
+  static CertDetailsRequest read(TextReader& reader, const std::string& message);
 };
+
+// The id of any request, which its answer repeats. Throws std::runtime_error when it is too long.
+std::optional<std::string> readRequestId(TextReader& reader);
 
 #endif

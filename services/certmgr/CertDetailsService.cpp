@@ -4,11 +4,11 @@
 #include <utility>
 #include <vector>
 
-#include "services/certmgr/AnswerNames.h"
+#include "platform/objects/ControlServer.h"
 #include "services/certmgr/CertDetailsAnswer.h"
-#include "services/certmgr/CertDetailsRequest.h"
+#include "services/certmgr/CountersAnswer.h"
 #include "services/certmgr/PeerFiles.h"
-#include "services/common/CertificateNames.h"
+#include "services/common/TextReader.h"
 #include "services/common/TimeText.h"
 
 namespace {
@@ -37,18 +37,38 @@ std::vector<std::string> readFiles(const std::vector<std::string>& paths,
   return contents;
 }
 
+std::chrono::microseconds since(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() -
+                                                               start);
+}
+
 }  // namespace
 
 CertDetailsService::CertDetailsService(TrustSources sources, const std::string& chainDirectory,
-                                       std::optional<std::int64_t> when, EvaluatorOptions options)
+                                       std::optional<std::int64_t> when, RequestRecords records,
+                                       EvaluatorOptions options)
     : stores_(std::move(sources)),
       evaluator_(std::move(options)),
       chainFiles_(chainDirectory),
-      when_(when) {}
+      when_(when),
+      records_(std::move(records)) {}
+
+std::shared_ptr<const TrustStore> CertDetailsService::storeFor(const CertDetailsRequest& request) {
+  auto store = stores_.get(request.application, request.className);
+  // Several threads may see the same loads: only one counts them.
+  const std::uint64_t loads = stores_.loads();
+  std::uint64_t counted = countedLoads_;
+  while (counted < loads) {
+    if (!countedLoads_.compare_exchange_weak(counted, loads)) continue;
+    records_.counters().add(Counters::storeLoads, loads - counted);
+    break;
+  }
+  return store;
+}
 
 Verdict CertDetailsService::judge(const CertDetailsRequest& request,
+                                  const std::shared_ptr<const TrustStore>& store,
                                   const std::vector<std::string>& sent) {
-  const auto store = stores_.get(request.application, request.className);
   try {
     return evaluator_.evaluate(sent, store, when_.value_or(currentTime()));
   } catch (const UnreadableCertificate& unreadable) {
@@ -57,24 +77,51 @@ Verdict CertDetailsService::judge(const CertDetailsRequest& request,
   }
 }
 
-std::string CertDetailsService::answer(const ControlRequest& asked) {
-  const CertDetailsRequest request = CertDetailsRequest::parse(asked.text);
+std::string CertDetailsService::answer(const ControlRequest& request) {
+  const auto start = Clock::now();
+  const Asker asker{request.pid, request.uid};
+  records_.requested();
+  try {
+    return answerAny(request, start);
+  } catch (const std::runtime_error& refusal) {
+    records_.refused(asker, refusal.what(), since(start), false);
+    throw;
+  } catch (const std::exception& failure) {
+    records_.refused(asker, failure.what(), since(start), true);
+    throw;
+  }
+}
+
+std::string CertDetailsService::answerAny(const ControlRequest& request, Clock::time_point start) {
+  TextReader reader(request.text, TextReader::Form::attributes, "the request");
+  const std::string message = reader.string("msg");
+  if (message == "getcounters") return encodeCounters(records_.counters(), readRequestId(reader));
+  return answerDetails(CertDetailsRequest::read(reader, message), request, start);
+}
+
+std::string CertDetailsService::answerDetails(const CertDetailsRequest& request,
+                                              const ControlRequest& asked,
+                                              Clock::time_point start) {
+  const std::shared_ptr<const TrustStore> store = storeFor(request);
   const std::vector<std::string> sent = readFiles(request.paths, asked);
-  const Verdict verdict = judge(request, sent);
+  const Verdict verdict = judge(request, store, sent);
 
   const Evaluation& evaluation = *verdict.evaluation;
-  const ParsedCertificate& leaf = *evaluation.path.front();
-  CertDetailsAnswer answer;
+  CertDetailsAnswer answer = CertDetailsAnswer::about(evaluation);
   answer.id = request.id;
-  answer.serial = serialNumberText(leaf.serial);
-  answer.commonNames = commonNamesOf(leaf);
-  answer.subjectAltNames = subjectAltNamesOf(leaf);
-  answer.warnings = evaluation.warnings();
   answer.chain = nameChain(evaluation.path, sent, request.paths, chainFiles_);
-  return answer.encode();
+  std::string text = answer.encodeWithin(ControlServer::kMaxAnswerBytes);
+  records_.decided({{asked.pid, asked.uid},
+                    request.application,
+                    request.className,
+                    evaluation,
+                    verdict.remembered,
+                    since(start)});
+  return text;
 }
 
 void CertDetailsService::reload() {
   stores_.forget();
   evaluator_.forget();
+  records_.reloaded();
 }

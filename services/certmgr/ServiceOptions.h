@@ -7,7 +7,9 @@
 #include <string>
 
 #include "platform/objects/ControlServer.h"
-#include "services/certmgr/TrustStores.h"
+#include "services/certmgr/Evaluator.h"
+#include "services/certmgr/OperatorOptions.h"
+#include "services/certmgr/StoreFiles.h"
 
 namespace CLI {
 class App;
@@ -16,6 +18,9 @@ class App;
 // What the command line says of serving.
 struct ServiceOptions {
   ServiceOptions();
+
+  // Those that were named, and the system's anchors where they count.
+  TrustSources trustSources() const;
 
   TrustSources trust;
   std::string systemAnchors = "/etc/ssl/certs";
@@ -26,6 +31,8 @@ struct ServiceOptions {
   bool inProcess = false;
   bool noSandbox = false;
   bool ephemeral = false;
+  EvaluatorOptions evaluation;
+  OperatorOptions operation;
   int workerFd = -1;  // this process is a worker and speaks through it; -1: it is the service
 };
 

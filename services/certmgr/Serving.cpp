@@ -51,9 +51,9 @@ std::string chainDirectoryIn(const std::string& runtimeDirectory) {
 
 std::unique_ptr<CertDetailsService> makeService(const ServiceOptions& options,
                                                 const std::string& chainDirectory) {
-  TrustSources trust = options.trust;
-  if (!options.noSystemAnchors) trust.hashedDirectories.push_back(options.systemAnchors);
-  return std::make_unique<CertDetailsService>(std::move(trust), chainDirectory, options.when);
+  return std::make_unique<CertDetailsService>(options.trustSources(), chainDirectory, options.when,
+                                              makeRecords(options.operation, options.ephemeral),
+                                              options.evaluation);
 }
 
 // Before the service is made, so that the threads that it may have are restricted too.
@@ -97,13 +97,31 @@ void serveInProcess(const ServiceOptions& options) {
   server.run();
 }
 
+// A worker notes what it answers; what becomes of a request that it does not is noted here.
+std::string answerByWorker(WorkerPool& workers, const ControlRequest& request,
+                           RequestRecords& records) {
+  try {
+    return workers.answer(request);
+  } catch (const std::exception& failure) {
+    const auto took = std::chrono::duration_cast<std::chrono::microseconds>(
+        std::chrono::steady_clock::now() - request.arrived);
+    records.refused({request.pid, request.uid}, failure.what(), took, true);
+    throw;
+  }
+}
+
 void serveByWorkers(const ServiceOptions& options, const std::vector<std::string>& arguments) {
   (void)std::signal(SIGCHLD, SIG_DFL);  // else nobody could tell how a worker ended
-  WorkerPool workers({arguments}, options.deadline);
+  RequestRecords records = makeRecords(options.operation, false);
+  const int counters = records.counters().fd();
+  std::vector<std::string> command = arguments;
+  command.push_back("--counters-fd=" + std::to_string(counters));
+  WorkerPool workers({command, {counters}}, options.deadline);
   ControlServerOptions settings = options.server;
   settings.hangup = [&] { workers.reload(); };
-  ControlServer server(settings,
-                       [&](const ControlRequest& request) { return workers.answer(request); });
+  ControlServer server(settings, [&](const ControlRequest& request) {
+    return answerByWorker(workers, request, records);
+  });
   const ChainDirectory chains(chainDirectoryIn(server.runtimeDirectory()));
   if (!options.noSandbox) shieldProcess();
   server.run();

@@ -1,14 +1,17 @@
 // trust-certmgrd: the certificate-manager service.
 #include <unistd.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
+#include "services/certmgr/OperatorOptions.h"
 #include "services/certmgr/ServiceOptions.h"
 #include "services/certmgr/Serving.h"
 #include "services/common/ServiceMain.h"
+#include "services/common/TimeText.h"
 
 namespace {
 
@@ -48,5 +51,12 @@ int main(int argc, char** argv) {
   app.footer(kManual);
   describeService(app, options);
   const std::vector<std::string> arguments(argv, argv + argc);
-  return runService(app, argc, argv, [&] { serve(options, arguments, parent); });
+  std::optional<int> asked;
+  const int status = runService(app, argc, argv, [&] {
+    asked = runInsteadOfServing(options.operation,
+                                {options.trustSources(), options.when.value_or(currentTime()),
+                                 options.server.runtimeDirectory});
+    if (!asked) serve(options, arguments, parent);
+  });
+  return asked.value_or(status);
 }

@@ -251,14 +251,6 @@ TEST_F(CertmgrdTest, MoreCertificatesAreRefused) {
               StartsWith("err::the request names more than 64 certificates"));
 }
 
-TEST_F(CertmgrdTest, AnswerLongerThanAClientReadsIsAnError) {
-  start();
-  CertificateMaker maker("x");
-  for (int i = 0; i < 900; ++i) maker.dns(std::to_string(1000 + i) + ".long-name.example");
-  EXPECT_THAT(ask(request({write("leaf.der", maker.make())})),
-              StartsWith("err::the answer is longer than 16383 bytes"));
-}
-
 TEST_F(CertmgrdTest, ServiceGoesOnAfterARefusedRequest) {
   addToHashedDirectory(store_, root);
   start();

@@ -1,0 +1,31 @@
+#ifndef SERVICES_CERTMGR_REQUESTRECORDS_H
+#define SERVICES_CERTMGR_REQUESTRECORDS_H
+
+#include <chrono>
+#include <string_view>
+
+#include "services/certmgr/Counters.h"
+#include "services/certmgr/DecisionLog.h"
+#include "services/certmgr/Log.h"
+
+// Notes what becomes of requests, in the log and in the counters. Safe from several threads.
+class RequestRecords {
+ public:
+  RequestRecords(Log log, Counters counters) : log_(log), counters_(std::move(counters)) {}
+
+  // Of any kind; each also gets one of the others when it is answered with a verdict or an error.
+  void requested() { counters_.add(Counters::requests); }
+  void decided(const Decision& decision);
+  // By the service's own fault where `isOurs`, else by what the client wrote.
+  void refused(const Asker& asker, std::string_view error, std::chrono::microseconds took,
+               bool isOurs);
+  void reloaded() { log_.write(LogLevel::info, LogLine("reloaded").text()); }
+
+  Counters& counters() { return counters_; }
+
+ private:
+  Log log_;
+  Counters counters_;
+};
+
+#endif
