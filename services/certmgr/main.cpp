@@ -43,6 +43,7 @@ int main(int argc, char** argv) {
   const pid_t parent = getppid();
   holdEndingSignals();
   holdHangups();
+  occupyStandardFiles();
   ServiceOptions options;
   CLI::App app("Certificate-manager service: evaluates certificate chains against trust stores",
                "trust-certmgrd");
