@@ -7,7 +7,7 @@
 #include "services/certmgr/AnswerNames.h"
 #include "services/certmgr/CertDetailsAnswer.h"
 #include "services/certmgr/CertDetailsRequest.h"
-#include "services/common/CertificateFiles.h"
+#include "services/certmgr/PeerFiles.h"
 #include "services/common/CertificateNames.h"
 #include "services/common/TimeText.h"
 
@@ -25,6 +25,16 @@ std::vector<std::string> nameChain(const std::vector<CertificatePtr>& chain,
     named.push_back(at < sent.size() ? paths[at] : files.pathOf(*certificate));
   }
   return named;
+}
+
+// The files at `paths`, as far as who asks may read them.
+std::vector<std::string> readFiles(const std::vector<std::string>& paths,
+                                   const ControlRequest& asker) {
+  const PeerFiles files(asker);
+  std::vector<std::string> contents;
+  contents.reserve(paths.size());
+  for (const std::string& path : paths) contents.push_back(files.read(path));
+  return contents;
 }
 
 }  // namespace
@@ -47,10 +57,9 @@ Verdict CertDetailsService::judge(const CertDetailsRequest& request,
   }
 }
 
-std::string CertDetailsService::answer(const std::string& text) {
-  const CertDetailsRequest request = CertDetailsRequest::parse(text);
-  std::vector<std::string> sent;
-  for (const std::string& path : request.paths) sent.push_back(readCertificateFile(path));
+std::string CertDetailsService::answer(const ControlRequest& asked) {
+  const CertDetailsRequest request = CertDetailsRequest::parse(asked.text);
+  const std::vector<std::string> sent = readFiles(request.paths, asked);
   const Verdict verdict = judge(request, sent);
 
   const Evaluation& evaluation = *verdict.evaluation;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/objects/ControlRequest.h"
 #include "services/certmgr/CertDetailsRequest.h"
 #include "services/certmgr/ChainFiles.h"
 #include "services/certmgr/Evaluator.h"
@@ -16,13 +17,13 @@
 class CertDetailsService {
  public:
   // Verdicts are about `when` (seconds since 1970), or the time of the request.
-  // `chainDirectory` is for ChainFiles, whose failures this throws.
+  // `chainDirectory` is for ChainFiles.
   CertDetailsService(TrustSources sources, const std::string& chainDirectory,
                      std::optional<std::int64_t> when, EvaluatorOptions options = {});
 
-  // The answer to one request text. Throws std::runtime_error, whose text is the
-  // answer's "err", when the request cannot be used.
-  std::string answer(const std::string& text);
+  // The answer to one request, whose files are read with the rights of who sent it.
+  // Throws std::runtime_error, whose text is the answer's "err", when it cannot be used.
+  std::string answer(const ControlRequest& asked);
 
   // Loads the stores anew with the next requests, and forgets all verdicts.
   void reload();

@@ -1,0 +1,121 @@
+#include "services/certmgr/Serving.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+#include "platform/objects/ControlSocket.h"
+#include "services/certmgr/CertDetailsService.h"
+#include "services/certmgr/ChainFiles.h"
+#include "services/certmgr/Sandbox.h"
+#include "services/certmgr/WorkerLoop.h"
+#include "services/certmgr/WorkerPool.h"
+#include "services/common/ServiceMain.h"
+
+namespace {
+
+// Removes the runtime directory of an ephemeral service, however it ends. Only a directory
+// that starts out empty is taken: a mistyped one must not cost anybody his files.
+class RemovedAtEnd {
+ public:
+  explicit RemovedAtEnd(std::string directory) : directory_(std::move(directory)) {
+    std::error_code missing;
+    const std::filesystem::directory_iterator content(directory_, missing);
+    if (!directory_.empty() && !missing && content != std::filesystem::directory_iterator()) {
+      throw std::runtime_error("--ephemeral removes its --runtime-dir, and " + directory_ +
+                               " is not empty; name an empty or a new one");
+    }
+  }
+  ~RemovedAtEnd() {
+    std::error_code ignored;
+    if (!directory_.empty()) std::filesystem::remove_all(directory_, ignored);
+  }
+  RemovedAtEnd(const RemovedAtEnd&) = delete;
+  RemovedAtEnd& operator=(const RemovedAtEnd&) = delete;
+
+ private:
+  std::string directory_;
+};
+
+std::string chainDirectoryIn(const std::string& runtimeDirectory) {
+  return (runtimeDirectory.empty() ? defaultRuntimeDirectory() : runtimeDirectory) +
+         "/services/certmgr/chain";
+}
+
+std::unique_ptr<CertDetailsService> makeService(const ServiceOptions& options,
+                                                const std::string& chainDirectory) {
+  TrustSources trust = options.trust;
+  if (!options.noSystemAnchors) trust.hashedDirectories.push_back(options.systemAnchors);
+  return std::make_unique<CertDetailsService>(std::move(trust), chainDirectory, options.when);
+}
+
+// Before the service is made, so that the threads that it may have are restricted too.
+void restrict(const ServiceOptions& options, const SandboxNeeds& needs) {
+  if (options.noSandbox) return;
+  std::string missing;
+  for (const std::string& part : enterSandbox(needs)) missing += " " + part + ",";
+  if (missing.empty()) return;
+  missing.pop_back();
+  (void)fprintf(stderr, "trust-certmgrd: this system does not offer%s; going on without\n",
+                missing.c_str());
+}
+
+// When memory runs out, a worker can be spared and the service cannot.
+void offerToOutOfMemory() {
+  const OwnedFd fd(::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC));
+  if (fd) (void)!::write(fd.get(), "500", 3);
+}
+
+void work(const ServiceOptions& options, pid_t service) {
+  followParent(service, SIGKILL);
+  offerToOutOfMemory();
+  const std::string chains = chainDirectoryIn(options.server.runtimeDirectory);
+  restrict(options, {chains});
+  const auto evaluation = makeService(options, chains);
+  answerMessages(
+      options.workerFd, [&](const ControlRequest& request) { return evaluation->answer(request); },
+      [&] { evaluation->reload(); });
+}
+
+void serveInProcess(const ServiceOptions& options) {
+  // Made once the server holds its place, so that a second service touches no file.
+  std::unique_ptr<CertDetailsService> evaluation;
+  ControlServerOptions settings = options.server;
+  settings.hangup = [&] { evaluation->reload(); };
+  ControlServer server(settings,
+                       [&](const ControlRequest& request) { return evaluation->answer(request); });
+  const ChainDirectory chains(chainDirectoryIn(server.runtimeDirectory()));
+  restrict(options, {chains.path(), true});
+  evaluation = makeService(options, chains.path());
+  server.run();
+}
+
+void serveByWorkers(const ServiceOptions& options, const std::vector<std::string>& arguments) {
+  (void)std::signal(SIGCHLD, SIG_DFL);  // else nobody could tell how a worker ended
+  WorkerPool workers({arguments}, options.deadline);
+  ControlServerOptions settings = options.server;
+  settings.hangup = [&] { workers.reload(); };
+  ControlServer server(settings,
+                       [&](const ControlRequest& request) { return workers.answer(request); });
+  const ChainDirectory chains(chainDirectoryIn(server.runtimeDirectory()));
+  if (!options.noSandbox) shieldProcess();
+  server.run();
+}
+
+}  // namespace
+
+void serve(const ServiceOptions& options, const std::vector<std::string>& arguments, pid_t parent) {
+  if (options.workerFd != -1) return work(options, parent);
+  const RemovedAtEnd cleanup(options.ephemeral ? options.server.runtimeDirectory : "");
+  if (options.ephemeral) followParent(parent);
+  requireUsable(options.trust);
+  if (options.inProcess || options.ephemeral) return serveInProcess(options);
+  serveByWorkers(options, arguments);
+}
