@@ -4,8 +4,9 @@
 
 # What building takes, and what testing takes besides, as Debian packages.
 build_packages=(g++ cmake ninja-build ccache libssl-dev openssl ca-certificates rapidjson-dev
-  libasio-dev libcli11-dev libfmt-dev libicu-dev libncurses-dev)
-test_packages=(libgtest-dev libgmock-dev libbenchmark-dev valgrind tmux mandoc)
+  libasio-dev libcli11-dev libfmt-dev libicu-dev libncurses-dev libseccomp-dev)
+test_packages=(libgtest-dev libgmock-dev libbenchmark-dev valgrind tmux mandoc libgnutls28-dev
+  python3-cryptography-vectors)
 
 # fail TEXT: says what failed and what to do next, and ends the script.
 fail() {

@@ -3,7 +3,10 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <new>
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include <asio/error.hpp>
 
@@ -26,10 +29,27 @@ void discardInput(int fd) {
   }
 }
 
+// The groups that the client had when it connected; systems before them tell of none.
+std::optional<std::vector<gid_t>> groupsOfPeer(int fd) {
+#ifdef SO_PEERGROUPS
+  std::vector<gid_t> groups(32);  // as many as most users have; the kernel says when it is more
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    auto length = static_cast<socklen_t>(groups.size() * sizeof(gid_t));
+    const bool known = ::getsockopt(fd, SOL_SOCKET, SO_PEERGROUPS, groups.data(), &length) == 0;
+    if (!known && errno != ERANGE) break;
+    groups.resize(length / sizeof(gid_t));
+    if (known) return groups;
+  }
+#else
+  (void)fd;
+#endif
+  return std::nullopt;
+}
+
 }  // namespace
 
 ControlConnection::ControlConnection(asio::io_context& loop, int fd, Hooks hooks)
-    : descriptor_(loop, fd), idle_(loop), hooks_(std::move(hooks)) {}
+    : idle_(loop), hooks_(std::move(hooks)), descriptor_(loop, fd) {}
 
 void ControlConnection::start(std::size_t maxRequestBytes, std::chrono::milliseconds idleLimit) {
   idle_.expires_after(idleLimit);
@@ -44,29 +64,38 @@ void ControlConnection::waitForRequest(std::size_t maxRequestBytes) {
       asio::posix::descriptor_base::wait_read,
       [self = shared_from_this(), maxRequestBytes](const asio::error_code& error) {
         if (error) return self->close();
-        std::string text(maxRequestBytes, '\0');
-        // With MSG_TRUNC the result is the length of the message, not of what fitted.
-        const ssize_t length = ::recv(self->descriptor_.native_handle(), text.data(), text.size(),
-                                      MSG_DONTWAIT | MSG_TRUNC);
-        if (length < 0 && wouldBlock(errno)) return self->waitForRequest(maxRequestBytes);
-        if (length < 0) return self->close();
-        self->asked_ = true;
-        self->idle_.cancel();
-        // A client that has gone reads as empty too; sending to it just closes.
-        if (length == 0) return self->answer(makeErrorAnswer("the request is empty"));
-        if (static_cast<std::size_t>(length) > maxRequestBytes) {
-          return self->answer(makeErrorAnswer("the request is longer than " +
-                                              std::to_string(maxRequestBytes) + " bytes"));
+        try {
+          self->takeRequest(maxRequestBytes);
+        } catch (const std::bad_alloc&) {
+          self->close();
         }
-        text.resize(static_cast<std::size_t>(length));
-        self->watchForHangup();
-        self->hooks_.requested(self, self->describeRequest(std::move(text)));
       });
+}
+
+void ControlConnection::takeRequest(std::size_t maxRequestBytes) {
+  std::string text(maxRequestBytes, '\0');
+  // With MSG_TRUNC the result is the length of the message, not of what fitted.
+  const ssize_t length =
+      ::recv(descriptor_.native_handle(), text.data(), text.size(), MSG_DONTWAIT | MSG_TRUNC);
+  if (length < 0 && wouldBlock(errno)) return waitForRequest(maxRequestBytes);
+  if (length < 0) return close();
+  asked_ = true;
+  idle_.cancel();
+  // A client that has gone reads as empty too; sending to it just closes.
+  if (length == 0) return answer(makeErrorAnswer("the request is empty"));
+  if (static_cast<std::size_t>(length) > maxRequestBytes) {
+    return answer(makeErrorAnswer("the request is longer than " + std::to_string(maxRequestBytes) +
+                                  " bytes"));
+  }
+  text.resize(static_cast<std::size_t>(length));
+  watchForHangup();
+  hooks_.requested(shared_from_this(), describeRequest(std::move(text)));
 }
 
 ControlRequest ControlConnection::describeRequest(std::string text) const {
   ControlRequest request;
   request.text = std::move(text);
+  request.arrived = std::chrono::steady_clock::now();
   request.cancelled = cancellation_.get_token();
   ucred peer = {};
   socklen_t length = sizeof peer;
@@ -76,6 +105,7 @@ ControlRequest ControlConnection::describeRequest(std::string text) const {
     request.pid = peer.pid;
     request.uid = peer.uid;
     request.gid = peer.gid;
+    request.groups = groupsOfPeer(fd);
   }
   return request;
 }
@@ -92,7 +122,11 @@ void ControlConnection::watchForHangup() {
 void ControlConnection::answer(std::string text) {
   answer_ = std::move(text);
   answering_ = true;
-  send();
+  try {
+    send();
+  } catch (const std::bad_alloc&) {
+    close();  // the client has to be waited for, and cannot be
+  }
 }
 
 void ControlConnection::send() {

@@ -25,7 +25,7 @@ class ControlConnection : public std::enable_shared_from_this<ControlConnection>
     std::function<void()> closed;
   };
 
-  // Takes over the non-blocking descriptor.
+  // Takes over the non-blocking descriptor, unless it throws.
   ControlConnection(asio::io_context& loop, int fd, Hooks hooks);
 
   void start(std::size_t maxRequestBytes, std::chrono::milliseconds idleLimit);
@@ -39,17 +39,19 @@ class ControlConnection : public std::enable_shared_from_this<ControlConnection>
 
  private:
   void waitForRequest(std::size_t maxRequestBytes);
+  void takeRequest(std::size_t maxRequestBytes);
   void watchForHangup();
   void send();
   ControlRequest describeRequest(std::string text) const;
 
-  asio::posix::stream_descriptor descriptor_;
   asio::steady_timer idle_;
   Hooks hooks_;
   std::stop_source cancellation_;
   std::string answer_;
   bool asked_ = false;
   bool answering_ = false;
+  // The last, so that nothing can fail once the descriptor is taken over.
+  asio::posix::stream_descriptor descriptor_;
 };
 
 #endif

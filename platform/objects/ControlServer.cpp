@@ -9,7 +9,9 @@
 #include <csignal>
 #include <cstdint>
 #include <map>
+#include <new>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include <asio/io_context.hpp>
@@ -28,6 +30,8 @@ namespace {
 constexpr int kBacklog = 128;
 // How long to leave new clients in the kernel's queue when descriptors ran out.
 constexpr std::chrono::milliseconds kPauseWithoutDescriptors{50};
+// How long to wait for memory that somebody else has to give back.
+constexpr std::chrono::milliseconds kPauseWithoutMemory{20};
 
 ControlSocket openSocket(const ControlServerOptions& options) {
   if (options.useInheritedSocket) {
@@ -42,27 +46,6 @@ ControlServerOptions completed(ControlServerOptions options) {
   options.workers = std::max(1U, options.workers);
   options.maxConnections = std::max<std::size_t>(1, options.maxConnections);
   return options;
-}
-
-void maskEndingSignals(int how) {
-  sigset_t ending;
-  sigemptyset(&ending);
-  sigaddset(&ending, SIGTERM);
-  sigaddset(&ending, SIGINT);
-  pthread_sigmask(how, &ending, nullptr);
-}
-
-std::string runHandler(const ControlServer::Handler& handler, const ControlRequest& request) {
-  try {
-    std::string answer = handler(request);
-    if (answer.size() <= ControlServer::kMaxAnswerBytes) return answer;
-    return makeErrorAnswer("the answer is longer than " +
-                           std::to_string(ControlServer::kMaxAnswerBytes) + " bytes");
-  } catch (const std::exception& failure) {
-    return makeErrorAnswer(failure.what());
-  } catch (...) {
-    return makeErrorAnswer("the request failed for a reason that has no text");
-  }
 }
 
 }  // namespace
@@ -84,21 +67,21 @@ class ControlServer::Impl {
   void run(bool handleSignals) {
     // Held back but for the time of the loop, and in the workers altogether: one signal ends
     // the service in order, and a second one must not cut the cleaning up short.
-    if (handleSignals) maskEndingSignals(SIG_BLOCK);
+    if (handleSignals) maskSignals(SIG_BLOCK);
     asio::thread_pool workers(options_.workers);
     workers_ = &workers;
     if (handleSignals) {
       signals_.add(SIGTERM);
       signals_.add(SIGINT);
-      signals_.async_wait([this](const asio::error_code& error, int) {
-        if (!error) beginShutdown();
-      });
-      maskEndingSignals(SIG_UNBLOCK);
+      if (options_.hangup) signals_.add(SIGHUP);
+      handlesSignals_ = true;
+      waitForSignal();
+      maskSignals(SIG_UNBLOCK);
     }
     waitForClient();
     announceReady(options_.readyFd);
-    loop_.run();
-    if (handleSignals) maskEndingSignals(SIG_BLOCK);
+    runLoop();
+    if (handleSignals) maskSignals(SIG_BLOCK);
     workers.join();
   }
 
@@ -107,6 +90,52 @@ class ControlServer::Impl {
   }
 
  private:
+  // Without memory one client or another may be lost, and never the service.
+  void runLoop() {
+    for (bool interrupted = false;;) {
+      try {
+        if (interrupted) resume();
+        interrupted = false;
+        loop_.run();
+        return;
+      } catch (const std::bad_alloc&) {
+        interrupted = true;
+        std::this_thread::sleep_for(kPauseWithoutMemory);
+      }
+    }
+  }
+
+  // Waits anew for whatever may not be waited for any more.
+  void resume() {
+    if (stopping_) return endConnections();
+    asio::error_code ignored;
+    signals_.cancel(ignored);
+    acceptor_.cancel(ignored);
+    // After the handlers of what was cancelled.
+    asio::post(loop_, [this] {
+      if (handlesSignals_ && !stopping_) waitForSignal();
+      waitForClient();
+    });
+  }
+
+  void maskSignals(int how) const {
+    sigset_t handled;
+    sigemptyset(&handled);
+    sigaddset(&handled, SIGTERM);
+    sigaddset(&handled, SIGINT);
+    if (options_.hangup) sigaddset(&handled, SIGHUP);
+    pthread_sigmask(how, &handled, nullptr);
+  }
+
+  void waitForSignal() {
+    signals_.async_wait([this](const asio::error_code& error, int number) {
+      if (error) return;
+      if (number != SIGHUP) return beginShutdown();
+      options_.hangup();
+      waitForSignal();
+    });
+  }
+
   void waitForClient() {
     if (stopping_ || accepting_) return;
     if (connections_.size() >= options_.maxConnections && oldestSilent() == nullptr) return;
@@ -122,8 +151,9 @@ class ControlServer::Impl {
     const int fd =
         ::accept4(acceptor_.native_handle(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (fd != -1) {
+      OwnedFd client(fd);
       makeRoom();
-      startConnection(fd);
+      startConnection(std::move(client));
     } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
       return waitAwhile();
     }
@@ -150,7 +180,7 @@ class ControlServer::Impl {
     });
   }
 
-  void startConnection(int fd) {
+  void startConnection(OwnedFd client) {
     ControlConnection::Hooks hooks;
     hooks.requested = [this](std::shared_ptr<ControlConnection> connection,
                              ControlRequest request) {
@@ -163,24 +193,52 @@ class ControlServer::Impl {
     };
     std::shared_ptr<ControlConnection> connection;
     try {
-      connection = std::make_shared<ControlConnection>(loop_, fd, std::move(hooks));
+      connection = std::make_shared<ControlConnection>(loop_, client.get(), std::move(hooks));
     } catch (const std::exception&) {
-      ::close(fd);  // the event loop cannot watch one more
-      return;
+      return;  // the event loop cannot watch one more
     }
-    connections_.emplace(number, connection);
-    connection->start(options_.maxRequestBytes, options_.idleLimit);
+    client.release();
+    try {
+      connections_.emplace(number, connection);
+      connection->start(options_.maxRequestBytes, options_.idleLimit);
+    } catch (const std::bad_alloc&) {
+      connection->close();
+    }
   }
 
+  struct Exchange {
+    std::shared_ptr<ControlConnection> connection;
+    ControlRequest request;
+    std::string answer{};  // empty when there is no memory even for an error
+  };
+
   void dispatch(std::shared_ptr<ControlConnection> connection, ControlRequest request) {
+    auto exchange = std::make_shared<Exchange>(Exchange{std::move(connection), std::move(request)});
     // The connection's own operations keep the loop running until it has its answer.
-    asio::post(*workers_, [this, connection = std::move(connection), request = std::move(request),
+    asio::post(*workers_, [this, exchange = std::move(exchange),
                            work = asio::make_work_guard(loop_)]() mutable {
-      std::string text = runHandler(handler_, request);
-      asio::post(loop_, [connection = std::move(connection), text = std::move(text)]() mutable {
-        connection->answer(std::move(text));
-      });
+      try {
+        exchange->answer = answerWith(handler_, exchange->request);
+      } catch (const std::bad_alloc&) {
+        exchange->answer.clear();
+      }
+      deliver(exchange);
     });
+  }
+
+  // On a worker. Until the loop has heard of it the client would wait.
+  void deliver(const std::shared_ptr<Exchange>& exchange) {
+    for (;;) {
+      try {
+        return asio::post(loop_, [exchange] {
+          const std::shared_ptr<ControlConnection> connection = std::move(exchange->connection);
+          if (exchange->answer.empty()) return connection->close();
+          connection->answer(std::move(exchange->answer));
+        });
+      } catch (const std::bad_alloc&) {
+        std::this_thread::sleep_for(kPauseWithoutMemory);
+      }
+    }
   }
 
   void beginShutdown() {
@@ -190,6 +248,10 @@ class ControlServer::Impl {
     pause_.cancel();
     acceptor_.close(ignored);
     socket_.unlink();
+    endConnections();
+  }
+
+  void endConnections() {
     const auto connections = connections_;  // closing changes the set
     for (const auto& [number, connection] : connections) connection->beginShutdown();
   }
@@ -206,6 +268,7 @@ class ControlServer::Impl {
   std::uint64_t nextNumber_ = 0;
   bool accepting_ = false;
   bool stopping_ = false;
+  bool handlesSignals_ = false;
 };
 
 ControlServer::ControlServer(ControlServerOptions options, Handler handler)
@@ -223,6 +286,21 @@ void ControlServer::stop() {
 
 const std::string& ControlServer::runtimeDirectory() const {
   return impl_->options().runtimeDirectory;
+}
+
+std::string answerWith(const ControlServer::Handler& handler, const ControlRequest& request) {
+  try {
+    std::string answer = handler(request);
+    if (answer.size() <= ControlServer::kMaxAnswerBytes) return answer;
+    return makeErrorAnswer("the answer is longer than " +
+                           std::to_string(ControlServer::kMaxAnswerBytes) + " bytes");
+  } catch (const std::bad_alloc&) {
+    return makeErrorAnswer("there is not enough memory for the request; ask again later");
+  } catch (const std::exception& failure) {
+    return makeErrorAnswer(failure.what());
+  } catch (...) {
+    return makeErrorAnswer("the request failed for a reason that has no text");
+  }
 }
 
 std::string makeErrorAnswer(const std::string& text) {

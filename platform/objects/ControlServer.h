@@ -23,6 +23,9 @@ struct ControlServerOptions {
   mode_t socketMode = 0666;
   bool useInheritedSocket = true;  // take a socket from systemd when there is one
   int readyFd = -1;                // run() calls announceReady() on it
+  // Called for each SIGHUP by the thread of run() when that handles signals; must be short.
+  // Empty: SIGHUP is left alone.
+  std::function<void()> hangup{};
 };
 
 // Serves one control object: one request and one answer a connection. Clients are
@@ -44,9 +47,10 @@ class ControlServer {
   // Removes the socket and the directories it made, as far as they are empty.
   ~ControlServer();
 
-  // Serves until stop(), or SIGTERM or SIGINT when `handleSignals`; those may be
-  // blocked before, so that none is lost, are unblocked here, and stay blocked
-  // after, so that a second one does not cut the caller's cleaning up short. Then takes no
+  // Serves until stop(), or SIGTERM or SIGINT when `handleSignals`; those, and SIGHUP
+  // where it is handled, may be blocked before, so that none is lost, are unblocked
+  // here, and stay blocked after, so that a second one does not cut the caller's
+  // cleaning up short. Then takes no
   // more requests, cancels and awaits those that were taken, delivers their answers,
   // and returns. Call it once.
   void run(bool handleSignals = true);
@@ -61,6 +65,9 @@ class ControlServer {
   class Impl;
   std::shared_ptr<Impl> impl_;
 };
+
+// The handler's answer as ControlServer sends it: failures become texts, see there.
+std::string answerWith(const ControlServer::Handler& handler, const ControlRequest& request);
 
 // The attribute text of a failure, `err::<text>`, on one line.
 std::string makeErrorAnswer(const std::string& text);

@@ -16,7 +16,7 @@ class TextReader;
 // carries all of them.
 struct CertDetailsRequest {
   // Certificates of one request, the leaf included.
-  static constexpr std::size_t kMaxCertificates = 32;
+  static constexpr std::size_t kMaxCertificates = 64;
 
   std::optional<std::string> id;
   std::string application;

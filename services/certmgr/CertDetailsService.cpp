@@ -7,7 +7,7 @@
 #include "platform/objects/ControlServer.h"
 #include "services/certmgr/CertDetailsAnswer.h"
 #include "services/certmgr/CountersAnswer.h"
-#include "services/common/CertificateFiles.h"
+#include "services/certmgr/PeerFiles.h"
 #include "services/common/TextReader.h"
 #include "services/common/TimeText.h"
 
@@ -27,6 +27,16 @@ std::vector<std::string> nameChain(const std::vector<CertificatePtr>& chain,
   return named;
 }
 
+// The files at `paths`, as far as who asks may read them.
+std::vector<std::string> readFiles(const std::vector<std::string>& paths,
+                                   const ControlRequest& asker) {
+  const PeerFiles files(asker);
+  std::vector<std::string> contents;
+  contents.reserve(paths.size());
+  for (const std::string& path : paths) contents.push_back(files.read(path));
+  return contents;
+}
+
 std::chrono::microseconds since(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() -
                                                                start);
@@ -35,13 +45,13 @@ std::chrono::microseconds since(std::chrono::steady_clock::time_point start) {
 }  // namespace
 
 CertDetailsService::CertDetailsService(TrustSources sources, const std::string& chainDirectory,
-                                       std::optional<std::int64_t> when, RequestRecords records,
+                                       std::optional<std::int64_t> when, RequestRecords& records,
                                        EvaluatorOptions options)
     : stores_(std::move(sources)),
       evaluator_(std::move(options)),
       chainFiles_(chainDirectory),
       when_(when),
-      records_(std::move(records)) {}
+      records_(records) {}
 
 std::shared_ptr<const TrustStore> CertDetailsService::storeFor(const CertDetailsRequest& request) {
   auto store = stores_.get(request.application, request.className);
@@ -67,12 +77,12 @@ Verdict CertDetailsService::judge(const CertDetailsRequest& request,
   }
 }
 
-std::string CertDetailsService::answer(const ControlRequest& request) {
+std::string CertDetailsService::answer(const ControlRequest& asked) {
   const auto start = Clock::now();
-  const Asker asker{request.pid, request.uid};
+  const Asker asker{asked.pid, asked.uid};
   records_.requested();
   try {
-    return answerAny(request, start);
+    return answerAny(asked, start);
   } catch (const std::runtime_error& refusal) {
     records_.refused(asker, refusal.what(), since(start), false);
     throw;
@@ -82,19 +92,18 @@ std::string CertDetailsService::answer(const ControlRequest& request) {
   }
 }
 
-std::string CertDetailsService::answerAny(const ControlRequest& request, Clock::time_point start) {
-  TextReader reader(request.text, TextReader::Form::attributes, "the request");
+std::string CertDetailsService::answerAny(const ControlRequest& asked, Clock::time_point start) {
+  TextReader reader(asked.text, TextReader::Form::attributes, "the request");
   const std::string message = reader.string("msg");
   if (message == "getcounters") return encodeCounters(records_.counters(), readRequestId(reader));
-  return answerDetails(CertDetailsRequest::read(reader, message), {request.pid, request.uid},
-                       start);
+  return answerDetails(CertDetailsRequest::read(reader, message), asked, start);
 }
 
-std::string CertDetailsService::answerDetails(const CertDetailsRequest& request, const Asker& asker,
+std::string CertDetailsService::answerDetails(const CertDetailsRequest& request,
+                                              const ControlRequest& asked,
                                               Clock::time_point start) {
   const std::shared_ptr<const TrustStore> store = storeFor(request);
-  std::vector<std::string> sent;
-  for (const std::string& path : request.paths) sent.push_back(readCertificateFile(path));
+  const std::vector<std::string> sent = readFiles(request.paths, asked);
   const Verdict verdict = judge(request, store, sent);
 
   const Evaluation& evaluation = *verdict.evaluation;
@@ -102,7 +111,11 @@ std::string CertDetailsService::answerDetails(const CertDetailsRequest& request,
   answer.id = request.id;
   answer.chain = nameChain(evaluation.path, sent, request.paths, chainFiles_);
   std::string text = answer.encodeWithin(ControlServer::kMaxAnswerBytes);
-  records_.decided({asker, request.application, request.className, evaluation, verdict.remembered,
+  records_.decided({{asked.pid, asked.uid},
+                    request.application,
+                    request.className,
+                    evaluation,
+                    verdict.remembered,
                     since(start)});
   return text;
 }
@@ -110,5 +123,4 @@ std::string CertDetailsService::answerDetails(const CertDetailsRequest& request,
 void CertDetailsService::reload() {
   stores_.forget();
   evaluator_.forget();
-  records_.reloaded();
 }

@@ -32,10 +32,15 @@ bool writeAll(int fd, const std::string& content) {
 
 }  // namespace
 
-ChainFiles::ChainFiles(std::string directory) : directory_(std::move(directory)) {
+ChainDirectory::ChainDirectory(std::string directory) : directory_(std::move(directory)) {
   std::error_code error;
   std::filesystem::create_directories(directory_, error);
   if (error) failBecause("cannot make the directory " + directory_, error.value());
+  struct stat status = {};
+  if (::stat(directory_.c_str(), &status) != 0 || status.st_uid != ::geteuid()) {
+    throw std::runtime_error("the directory " + directory_ +
+                             " belongs to another user, who could change what is in it; remove it");
+  }
   // Clients of other users read here, whatever the umask of the service is.
   if (::chmod(directory_.c_str(), 0755) != 0) {
     failBecause("cannot set the mode of " + directory_, errno);
@@ -43,12 +48,12 @@ ChainFiles::ChainFiles(std::string directory) : directory_(std::move(directory))
   clear();
 }
 
-ChainFiles::~ChainFiles() {
+ChainDirectory::~ChainDirectory() {
   clear();
   ::rmdir(directory_.c_str());
 }
 
-void ChainFiles::clear() const {
+void ChainDirectory::clear() const {
   std::error_code ignored;
   for (const auto& entry : std::filesystem::directory_iterator(directory_, ignored)) {
     const auto extension = entry.path().extension();
@@ -61,7 +66,8 @@ std::string ChainFiles::pathOf(const ParsedCertificate& certificate) {
   if (::access(path.c_str(), F_OK) == 0) return path;
 
   // Written aside and renamed, so that nobody ever sees half a file.
-  const std::string temporary = path + "." + std::to_string(temporaries_++) + ".tmp";
+  const std::string temporary =
+      path + "." + std::to_string(::getpid()) + "-" + std::to_string(temporaries_++) + ".tmp";
   const OwnedFd fd(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
   if (!fd) failBecause("cannot write " + temporary, errno);
   if (!writeAll(fd.get(), certificate.der) || ::fchmod(fd.get(), 0644) != 0 ||

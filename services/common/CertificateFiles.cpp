@@ -15,8 +15,6 @@
 #include <openssl/err.h>
 #include <openssl/evp.h>
 
-#include "platform/objects/ControlSocket.h"
-
 namespace {
 
 constexpr std::size_t kMaxCertificateBytes = 64 * 1024;
@@ -91,6 +89,10 @@ std::string readOwnedFile(const std::string& path, std::size_t maxBytes, uid_t o
 std::string readCertificateFile(const std::string& path) {
   if (path.empty() || path.front() != '/') fail(path, "the path is not absolute");
   return readFile(openNamed(path), path, kMaxCertificateBytes, nullptr);
+}
+
+std::string readCertificateFile(const OwnedFd& file, const std::string& path) {
+  return readFile(file, path, kMaxCertificateBytes, nullptr);
 }
 
 X509Ptr readDerCertificate(const std::string& path) {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <string>
 
+#include "platform/objects/ControlSocket.h"
 #include "services/common/CertificateDer.h"
 #include "services/common/OpenSslOwners.h"
 
@@ -20,6 +21,10 @@ std::string readOwnedFile(const std::string& path, std::size_t maxBytes, uid_t o
 // at most 64 KiB, which does not lead through what some process has open (/proc/PID/fd and
 // its like). Throws std::runtime_error that names the file and what is wrong with it.
 std::string readCertificateFile(const std::string& path);
+
+// The same for one that was opened, or not (with errno) when `file` is empty. `path` is what
+// messages call it.
+std::string readCertificateFile(const OwnedFd& file, const std::string& path);
 
 // The same for a file that holds exactly one certificate as DER.
 X509Ptr readDerCertificate(const std::string& path);

@@ -43,6 +43,13 @@ void holdEndingSignals() {
   pthread_sigmask(SIG_BLOCK, &ending, nullptr);
 }
 
+void holdHangups() {
+  sigset_t hangup;
+  sigemptyset(&hangup);
+  sigaddset(&hangup, SIGHUP);
+  pthread_sigmask(SIG_BLOCK, &hangup, nullptr);
+}
+
 int runService(CLI::App& app, int argc, char** argv, const std::function<void()>& serve) {
   app.footer(app.get_footer() +
              "\n\nExit status: 0 stopped as asked, 1 could not start or go on, 2 wrong use.");
@@ -76,7 +83,7 @@ std::string whyNoDescriptor(const std::string& text) {
   return open ? "" : "descriptor " + text + " is not open";
 }
 
-void followParent(pid_t parent) {
-  if (prctl(PR_SET_PDEATHSIG, SIGTERM) != 0) throw std::runtime_error("cannot watch the parent");
+void followParent(pid_t parent, int signal) {
+  if (prctl(PR_SET_PDEATHSIG, signal) != 0) throw std::runtime_error("cannot watch the parent");
   if (getppid() != parent) throw std::runtime_error("the parent has gone");
 }

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <csignal>
 #include <functional>
 #include <string>
 
@@ -16,6 +17,9 @@ class App;
 // them, so that an early end cleans up as well.
 void holdEndingSignals();
 
+// The same for SIGHUP, in a service that reloads on it.
+void holdHangups();
+
 // Parses the command line and serves. Returns the program's exit status: 0 stopped as asked (or
 // told its help or version), 1 could not start or go on, 2 wrong use; the last two with a line
 // on stderr that starts with the program's name.
@@ -25,8 +29,9 @@ int runService(CLI::App& app, int argc, char** argv, const std::function<void()>
 // does. One that nobody opened would mean that somebody waits in vain.
 std::string whyNoDescriptor(const std::string& text);
 
-// Ends this process by SIGTERM when `parent` ends: a private service of one process must not
-// outlive it. Throws std::runtime_error when it cannot, or the parent has gone already.
-void followParent(pid_t parent);
+// Ends this process by `signal` when the thread of `parent` that started it ends: a private
+// service of one process must not outlive it. Throws std::runtime_error when it cannot, or the
+// parent has gone already.
+void followParent(pid_t parent, int signal = SIGTERM);
 
 #endif

@@ -6,7 +6,7 @@
 #include <optional>
 #include <stop_token>
 
-#include "services/dialog/UserAccount.h"
+#include "services/common/UserAccount.h"
 #include "services/dialog/model/DialogModel.h"
 
 // Whom a dialog is for.

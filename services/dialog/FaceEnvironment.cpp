@@ -6,8 +6,8 @@
 #include <optional>
 #include <string_view>
 
+#include "services/common/UserIdentity.h"
 #include "services/dialog/ProcessTable.h"
-#include "services/dialog/UserIdentity.h"
 
 namespace {
 

@@ -22,7 +22,7 @@
 
 #include "platform/objects/ControlSocket.h"
 #include "services/common/PrintableText.h"
-#include "services/dialog/UserIdentity.h"
+#include "services/common/UserIdentity.h"
 #include "services/dialog/model/DialogModelCodec.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "services/dialog/UserAccount.h"
+#include "services/common/UserAccount.h"
 #include "services/dialog/model/DialogModel.h"
 
 // A face as a program of its own: reads the model as JSON to the end of its standard input,

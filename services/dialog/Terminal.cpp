@@ -11,8 +11,8 @@
 #include <system_error>
 #include <utility>
 
+#include "services/common/UserIdentity.h"
 #include "services/dialog/ProcessTable.h"
-#include "services/dialog/UserIdentity.h"
 
 namespace {
 

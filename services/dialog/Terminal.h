@@ -8,7 +8,7 @@
 #include <string>
 
 #include "platform/objects/ControlSocket.h"
-#include "services/dialog/UserAccount.h"
+#include "services/common/UserAccount.h"
 
 // A terminal that a dialog can be shown on, as it was before.
 class Terminal {

@@ -2,10 +2,10 @@
 
 #include <cstdio>
 
+#include "services/common/UserIdentity.h"
 #include "services/dialog/FaceEnvironment.h"
 #include "services/dialog/FaceProcess.h"
 #include "services/dialog/Terminal.h"
-#include "services/dialog/UserIdentity.h"
 #include "services/dialog/model/DialogModelCodec.h"
 
 bool TerminalFace::canReach(const Audience& audience) const {

@@ -153,6 +153,12 @@ TestKey TestKey::makeRsa(int bits) {
   return TestKey(generate(EVP_PKEY_RSA, bits));
 }
 
+TestKey TestKey::makeEd25519(const Bytes& seed) {
+  EVP_PKEY* key = EVP_PKEY_new_raw_private_key(EVP_PKEY_ED25519, nullptr, seed.data(), seed.size());
+  require(key != nullptr, "key");
+  return TestKey(key);
+}
+
 std::string TestKey::pem() const {
   return toPem([this](BIO* bio) {
     return PEM_write_bio_PKCS8PrivateKey(bio, get(), nullptr, nullptr, 0, nullptr, nullptr);

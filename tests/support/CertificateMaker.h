@@ -17,7 +17,9 @@ class TestKey {
  public:
   static TestKey makeEc();                  // NIST P-256
   static TestKey makeRsa(int bits = 2048);  // slower; use it where RSA is the point
-  std::string pem() const;                  // PKCS #8, unencrypted
+  // Ed25519, the same key for the same 32 bytes; its certificates need digest("").
+  static TestKey makeEd25519(const Bytes& seed);
+  std::string pem() const;  // PKCS #8, unencrypted
   EVP_PKEY* get() const { return key_.get(); }
 
  private:

@@ -60,7 +60,7 @@ class Names {
     const DistinguishedName& subject = certificate_.subject;
     for (const GeneralName& name : certificate_.altNames) {
       add(name.kind, name.bytes);
-      if (name.kind == Kind::dns) addAddress(std::string(name.bytes));
+      if (name.kind == Kind::dns) addAddress(name.bytes);
     }
     if (!subject.isEmpty()) add(Kind::directory, subject.der());
     // The older places of names count where the newer one is not used.
@@ -89,9 +89,9 @@ class Names {
   }
 
   // Clients that compare texts take an address that is written as a name for one.
-  void addAddress(const std::string& text) {
+  void addAddress(std::string_view text) {
     if (!isConstrained(Kind::address)) return;
-    if (const auto octets = addressOctets(text)) add(Kind::address, *octets);
+    if (const auto octets = addressOctets(std::string(text))) add(Kind::address, *octets);
   }
 
   // Clients fall back to them for want of a DNS name.

@@ -31,6 +31,19 @@ bool isHostCharacter(char c) {
   return isLetter(c) || isDigit(c) || c == '-' || c == '_' || c == '.';
 }
 
+// What a byte of a host name is in its key; 0 for those that no host name has.
+constexpr std::array<char, 256> makeKeyBytes() {
+  std::array<char, 256> bytes{};
+  for (const char c : std::string_view("abcdefghijklmnopqrstuvwxyz0123456789-_.*")) {
+    bytes[static_cast<unsigned char>(c)] = c;
+  }
+  for (char c = 'A'; c <= 'Z'; ++c) {
+    bytes[static_cast<unsigned char>(c)] = static_cast<char>(c - 'A' + 'a');
+  }
+  return bytes;
+}
+constexpr std::array<char, 256> kKeyBytes = makeKeyBytes();
+
 // Whether somebody might read the host as an address: no top-level domain is a number.
 bool looksLikeAddress(std::string_view host) {
   if (host.ends_with('.')) host.remove_suffix(1);
@@ -85,13 +98,12 @@ std::optional<std::string> hostKey(std::string_view host) {
   if (host.ends_with('.')) host.remove_suffix(1);
   if (host.empty() || host.front() == '.' || host.back() == '.') return std::nullopt;
   if (host.find("..") != std::string_view::npos) return std::nullopt;
-  std::string key;
-  key.reserve(host.size() + 1);
-  for (auto c = host.rbegin(); c != host.rend(); ++c) {
-    if (!isHostCharacter(*c) && *c != '*') return std::nullopt;
-    key += toLower(*c);
+  std::string key(host.size() + 1, '.');
+  char* out = key.data();
+  for (auto c = host.rbegin(); c != host.rend(); ++c, ++out) {
+    *out = kKeyBytes[static_cast<unsigned char>(*c)];
+    if (*out == 0) return std::nullopt;
   }
-  key += '.';
   return key;
 }
 

@@ -86,7 +86,7 @@ class MemberCheck {
     });
     if (serves) return;
     std::string evidence = "for ";
-    for (const std::string_view use : *uses) {
+    for (const std::string_view& use : *uses) {
       if (&use != &uses->front()) evidence += ", ";
       evidence += oidText(use);
     }

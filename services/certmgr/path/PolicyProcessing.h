@@ -18,7 +18,8 @@ struct PolicySettings {
 
 // Judges the policies of a path, leaf first, whose last member is the anchor: RFC 5280 6.1 with
 // the policy graph of RFC 9618, so that no path can make it grow beyond its own size. Appends
-// to `findings`.
+// to `findings`: policyMissing when a policy is required and none is left, or where anyPolicy is
+// mapped; gaveUp when the budget ends.
 void checkPolicies(const std::vector<CertificatePtr>& path, const PolicySettings& settings,
                    Budget& budget, std::vector<Finding>& findings);
 

@@ -13,7 +13,12 @@
 // Looks for proof that a member of a path, leaf first, is revoked. Only a list that is in force,
 // that its issuer signed, and that is understood in full proves anything; one that is missing,
 // stale, forged or odd adds nothing. `others` are the certificates that came along, among which
-// the signer of a list may be. Appends to `findings`.
+// the signer of a list may be. Appends to `findings`; when the budget ends, that is one: gaveUp.
+//
+// A list may be signed by whoever stands above the certificate on the path; by an anchor; and by
+// one of `others` that the certificate's issuer signed, or whoever signed that one. All bear the
+// name of the list's issuer, and their key usage, if any, lets them sign lists. The latter two
+// have to be in their time.
 void checkRevocation(const std::vector<CertificatePtr>& path,
                      const std::vector<CertificatePtr>& others, const TrustStore& store,
                      Moment& moment, Budget& budget, SignatureMemory& signatures,

@@ -12,10 +12,12 @@ using Kind = GeneralName::Kind;
 
 constexpr std::int64_t kNameCost = 200;
 constexpr std::int64_t kSubtreeCost = 500;
-constexpr std::int64_t kDirectoryCost = 2000;  // names of this kind are taken apart
+constexpr std::int64_t kDirectoryCost = 800;  // names of this kind are taken apart
+constexpr std::int64_t kByteCost = 3;
 
 std::int64_t costOf(Kind kind, std::size_t bytes, std::int64_t cost) {
-  return static_cast<std::int64_t>(bytes) + (kind == Kind::directory ? kDirectoryCost : cost);
+  return kByteCost * static_cast<std::int64_t>(bytes) +
+         (kind == Kind::directory ? kDirectoryCost : cost);
 }
 
 std::optional<std::string> directoryKey(std::string_view der) {

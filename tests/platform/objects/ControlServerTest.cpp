@@ -9,9 +9,11 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <csignal>
 #include <filesystem>
 #include <future>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -37,10 +39,11 @@ class ControlServerTest : public testing::Test {
   void SetUp() override { setenv("PPS_RUNTIME_DIR", runtime_.path().c_str(), 1); }
   void TearDown() override { stop(); }
 
-  void start(ControlServer::Handler handler, ControlServerOptions options = {}) {
+  void start(ControlServer::Handler handler, ControlServerOptions options = {},
+             bool handleSignals = false) {
     options.service = "echo";
     server_ = std::make_unique<ControlServer>(std::move(options), std::move(handler));
-    thread_ = std::thread([this] { server_->run(false); });
+    thread_ = std::thread([this, handleSignals] { server_->run(handleSignals); });
   }
 
   void stop() {
@@ -100,6 +103,33 @@ TEST_F(ControlServerTest, HandlerLearnsWhoAsks) {
   EXPECT_EQ(
       std::to_string(getpid()) + " " + std::to_string(geteuid()) + " " + std::to_string(getegid()),
       ask("who"));
+}
+
+TEST_F(ControlServerTest, HandlerLearnsTheGroupsOfWhoAsks) {
+  std::vector<gid_t> own(static_cast<size_t>(getgroups(0, nullptr)));
+  ASSERT_GE(getgroups(static_cast<int>(own.size()), own.data()), 0);
+  std::promise<std::optional<std::vector<gid_t>>> told;
+  start([&](const ControlRequest& request) {
+    told.set_value(request.groups);
+    return std::string("done");
+  });
+  ask("groups");
+  EXPECT_EQ(own, told.get_future().get());
+}
+
+TEST_F(ControlServerTest, HangupIsPassedOnEachTimeAndTheServerGoesOn) {
+  std::promise<void> first;
+  std::promise<void> second;
+  std::atomic<int> count{0};
+  ControlServerOptions options;
+  options.hangup = [&] { (count++ == 0 ? first : second).set_value(); };
+  start(echo, options, true);
+  ask("running");  // it handles signals once it answers
+  kill(getpid(), SIGHUP);
+  first.get_future().wait();
+  kill(getpid(), SIGHUP);
+  second.get_future().wait();
+  EXPECT_EQ("res::hello", ask("hello"));
 }
 
 TEST_F(ControlServerTest, RequestOfTheLargestSizeIsTakenWhole) {

@@ -237,18 +237,18 @@ TEST_F(CertmgrdTest, BytesAfterACertificateAreRefused) {
               HasSubstr("no DER certificate (there are bytes after its end)"));
 }
 
-TEST_F(CertmgrdTest, ThirtyTwoCertificatesAreTaken) {
+TEST_F(CertmgrdTest, SixtyFourCertificatesAreTaken) {
   addToHashedDirectory(store_, root);
   start();
-  std::vector<std::string> paths(32, write("root.der", root));
+  std::vector<std::string> paths(64, write("root.der", root));
   paths.front() = write("leaf.der", leafByRoot());
   EXPECT_THAT(ask(request(paths)), HasSubstr("\"VALID\""));
 }
 
 TEST_F(CertmgrdTest, MoreCertificatesAreRefused) {
   start();
-  EXPECT_THAT(ask(request(std::vector<std::string>(33, write("root.der", root)))),
-              StartsWith("err::the request names more than 32 certificates"));
+  EXPECT_THAT(ask(request(std::vector<std::string>(65, write("root.der", root)))),
+              StartsWith("err::the request names more than 64 certificates"));
 }
 
 TEST_F(CertmgrdTest, ServiceGoesOnAfterARefusedRequest) {

@@ -155,6 +155,13 @@ TEST_F(EvaluatorTest, LeafForAnotherPurpose) {
   EXPECT_EQ("KU_INVALID", findings(leafBy(inter).extendedKeyUsage("clientAuth").make(), {inter}));
 }
 
+TEST_F(EvaluatorTest, EvidenceOfAnotherPurposeListsThePurposes) {
+  const TestCertificate leaf = leafBy(inter).extendedKeyUsage("clientAuth,codeSigning").make();
+  const std::vector<Finding> found = evaluate(leaf, {inter}).findings;
+  ASSERT_EQ(1U, found.size());
+  EXPECT_EQ("for 1.3.6.1.5.5.7.3.2, 1.3.6.1.5.5.7.3.3", found.front().evidence);
+}
+
 TEST_F(EvaluatorTest, CaForAnotherPurpose) {
   const TestCertificate mail =
       CertificateMaker("Mail").asCa().extendedKeyUsage("emailProtection").issuedBy(root).make();

@@ -360,12 +360,12 @@ TEST_F(NameConstraintCheck, SpentBudgetIsNoFindingWhereNobodyConstrains) {
   EXPECT_EQ("", check({leaf, issuer, anchor}, 0));
 }
 
-TEST_F(NameConstraintCheck, ThousandsOfNamesAndSubtreesStayWithinATenthOfTheBudget) {
+TEST_F(NameConstraintCheck, ThousandsOfNamesAndSubtreesStayWithinAFifthOfTheBudget) {
   for (int i = 0; i < 1000; ++i) issuer->permit(Kind::dns, "p" + std::to_string(i) + ".example");
   for (int i = 0; i < 10000; ++i) {
     leaf->altName(Kind::dns, std::to_string(i) + ".p" + std::to_string(i % 1000) + ".example");
   }
-  EXPECT_EQ("", check({leaf, issuer, anchor}, Budget::kDefault / 10));
+  EXPECT_EQ("", check({leaf, issuer, anchor}, Budget::kDefault / 5));
 }
 
 }  // namespace

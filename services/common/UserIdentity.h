@@ -1,5 +1,5 @@
-#ifndef SERVICES_DIALOG_USERIDENTITY_H
-#define SERVICES_DIALOG_USERIDENTITY_H
+#ifndef SERVICES_COMMON_USERIDENTITY_H
+#define SERVICES_COMMON_USERIDENTITY_H
 
 #include <sys/types.h>
 
@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "services/dialog/UserAccount.h"
+#include "services/common/UserAccount.h"
 
 // While it lives, the files that this thread opens are opened with the rights of another user, and
 // with no privilege besides, so that nobody can have a file read that he could not read himself.
@@ -15,6 +15,10 @@
 // When the own rights cannot be had back, the process ends at once.
 class UserIdentity {
  public:
+  // Whether this process may take on the rights of any user: root may, and who has been given the
+  // capabilities to set user and group.
+  static bool mayActForOthers();
+
   // Throws std::runtime_error, fit for an answer to the user, when this process may not act
   // for him.
   explicit UserIdentity(const UserAccount& user);

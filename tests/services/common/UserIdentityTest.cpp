@@ -1,5 +1,8 @@
-#include "services/dialog/UserIdentity.h"
+#include "services/common/UserIdentity.h"
 
+#include <linux/capability.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,7 +16,7 @@
 
 #include <gtest/gtest.h>
 
-#include "services/dialog/UserAccount.h"
+#include "services/common/UserAccount.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace {
@@ -91,6 +94,29 @@ TEST_F(UserIdentityTest, OtherThreadsKeepTheirRights) {
   EXPECT_TRUE(readable.get());
 }
 
+// A service need not be root for it.
+TEST_F(UserIdentityTest, WhoMaySetUserAndGroupActsForOthers) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root gives capabilities";
+  constexpr uid_t kService = kStranger + 1;
+  ASSERT_EQ(0, chown(secret_.c_str(), kStranger, kStranger));
+  const pid_t child = fork();
+  if (child == 0) {
+    prctl(PR_SET_KEEPCAPS, 1, 0, 0, 0);
+    __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
+    data[0].effective = data[0].permitted = 1U << CAP_SETUID | 1U << CAP_SETGID;
+    if (!becomeUser({kService, kService, {}, "", ""}) || syscall(SYS_capset, &header, data) != 0) {
+      _exit(2);
+    }
+    if (canRead()) _exit(3);
+    const UserIdentity identity(lookUpUser(kStranger, kStranger));
+    _exit(canRead() ? 0 : 4);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(0, WEXITSTATUS(status));
+}
+
 TEST_F(UserIdentityTest, WhoIsNotRootActsForNobodyElse) {
   const pid_t child = fork();
   if (child == 0) {
@@ -99,8 +125,7 @@ TEST_F(UserIdentityTest, WhoIsNotRootActsForNobodyElse) {
       const UserIdentity identity({geteuid() + 1, getegid(), {}, "somebody", ""});
     } catch (const std::runtime_error& refused) {
       const std::string reason = refused.what();
-      _exit(reason == "the dialog service runs for another user and shows somebody nothing" ? 0
-                                                                                            : 3);
+      _exit(reason == "the service runs as another user and does nothing for somebody" ? 0 : 3);
     }
     _exit(4);
   }

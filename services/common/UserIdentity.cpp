@@ -1,10 +1,11 @@
-#include "services/dialog/UserIdentity.h"
+#include "services/common/UserIdentity.h"
 
 #include <linux/capability.h>
 #include <sys/fsuid.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
@@ -69,13 +70,12 @@ std::vector<gid_t> ownGroups() {
 
 UserIdentity::UserIdentity(const UserAccount& user) : gid_(getegid()), uid_(geteuid()) {
   if (isOwnUser(user)) return;
-  if (uid_ != 0) {
-    throw std::runtime_error("the dialog service runs for another user and shows " + user.name +
-                             " nothing");
+  if (!mayActForOthers()) {
+    throw std::runtime_error("the service runs as another user and does nothing for " + user.name);
   }
   groups_ = ownGroups();
   if (!getPrivileges(&privileges_)) {
-    throw std::runtime_error("the dialog service cannot tell its own rights");
+    throw std::runtime_error("the service cannot tell its own rights");
   }
   changed_ = true;
   // What root may do beside files, such as looking into processes, opens files as well.
@@ -84,7 +84,7 @@ UserIdentity::UserIdentity(const UserAccount& user) : gid_(getegid()), uid_(gete
     return;
   }
   giveUp();
-  throw std::runtime_error("the dialog service cannot act for " + user.name);
+  throw std::runtime_error("the service cannot act for " + user.name);
 }
 
 UserIdentity::~UserIdentity() {
@@ -96,8 +96,14 @@ void UserIdentity::giveUp() const {
       setThreadGroups(groups_)) {
     return;
   }
-  (void)fputs("trust-dialogd: cannot return to its own rights\n", stderr);
+  (void)fprintf(stderr, "%s: cannot return to its own rights\n", program_invocation_short_name);
   std::_Exit(EXIT_FAILURE);
+}
+
+bool UserIdentity::mayActForOthers() {
+  constexpr std::uint32_t kNeeded = 1U << CAP_SETUID | 1U << CAP_SETGID;
+  Privileges privileges = {};
+  return getPrivileges(&privileges) && (privileges[0] & kNeeded) == kNeeded;
 }
 
 bool isOwnUser(const UserAccount& user) {

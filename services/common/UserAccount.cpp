@@ -1,4 +1,4 @@
-#include "services/dialog/UserAccount.h"
+#include "services/common/UserAccount.h"
 
 #include <grp.h>
 #include <pwd.h>

@@ -1,0 +1,117 @@
+#include "services/certmgr/ServiceOptions.h"
+
+#include <algorithm>
+#include <thread>
+#include <utility>
+
+#include <CLI/CLI.hpp>
+
+#include "services/common/ServiceMain.h"
+#include "services/common/TimeText.h"
+
+namespace {
+
+constexpr unsigned kFewestWorkers = 2;  // so that one that is busy for long is not all there is
+constexpr unsigned kMostWorkersUnasked = 16;
+constexpr int kMaxDeadlineSeconds = 24 * 60 * 60;
+
+std::int64_t timeOf(const std::string& text) {
+  if (const auto moment = parseTime(text)) return *moment;
+  throw CLI::ValidationError("--verification-time",
+                             "not a time: \"" + text + "\" (2026-02-02T00:00:01Z or @SECONDS)");
+}
+
+// A check that is made once, where the service starts: a worker gets the same command line when
+// files may have gone since and the one descriptor is closed.
+template <class Check>
+std::function<std::string(const std::string&)> atStart(const ServiceOptions& options, Check check) {
+  return [&options, check = std::move(check)](std::string text) {
+    return options.workerFd != -1 ? std::string() : check(text);
+  };
+}
+
+void describeTrust(CLI::App& app, ServiceOptions& options) {
+  app.add_option("--root", options.trust.root, "Directory of the trust stores")
+      ->type_name("DIR")
+      ->capture_default_str();
+  app.add_option("--system-anchors", options.systemAnchors,
+                 "Hashed directory joined with every store")
+      ->type_name("DIR")
+      ->capture_default_str();
+  app.add_flag("--no-system-anchors", options.noSystemAnchors, "Join nothing with the stores");
+  app.add_option("--cafile", options.trust.files, "PEM file with further anchors")
+      ->type_name("FILE")
+      ->check(atStart(options, CLI::ExistingFile));
+  app.add_option("--capath", options.trust.plainDirectories,
+                 "Directory of PEM files with further anchors, whatever their names")
+      ->type_name("DIR")
+      ->check(atStart(options, CLI::ExistingDirectory));
+  app.add_option("--crlfile", options.trust.revocationFiles, "PEM file with revocation lists")
+      ->type_name("FILE")
+      ->check(atStart(options, CLI::ExistingFile));
+  app.add_option_function<std::string>(
+         "--verification-time",
+         [&options](const std::string& text) { options.when = timeOf(text); },
+         "Judge at this time (RFC 3339, or @SECONDS) and not at the current one")
+      ->type_name("TIME");
+}
+
+void describeProcesses(CLI::App& app, ServiceOptions& options) {
+  app.add_option("--workers", options.server.workers,
+                 "Processes that evaluate, each one request at a time (one a processor, from 2 "
+                 "to 16)")
+      ->type_name("COUNT")
+      ->check(CLI::Range(1, 256).description(""));
+  app.add_option_function<int>(
+         "--deadline",
+         [&options](int seconds) { options.deadline = std::chrono::seconds(seconds); },
+         "Seconds after which a request is answered with an error and its worker is replaced")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(1, kMaxDeadlineSeconds).description(""))
+      ->default_str(std::to_string(options.deadline.count()));
+  app.add_flag("--in-process", options.inProcess,
+               "Evaluate in the service's own process: no deadline, and a crash ends the service");
+  app.add_flag("--no-sandbox", options.noSandbox,
+               "Do without the restrictions that the processes put on themselves");
+}
+
+}  // namespace
+
+ServiceOptions::ServiceOptions() {
+  server.service = "certmgr";
+  server.workers =
+      std::clamp(std::thread::hardware_concurrency(), kFewestWorkers, kMostWorkersUnasked);
+}
+
+TrustSources ServiceOptions::sources() const {
+  TrustSources all = trust;
+  if (!noSystemAnchors) all.hashedDirectories.push_back(systemAnchors);
+  return all;
+}
+
+std::string ServiceOptions::chainDirectory() const {
+  const std::string& directory = server.runtimeDirectory;
+  return chainDirectoryIn(directory.empty() ? defaultRuntimeDirectory() : directory);
+}
+
+std::string ServiceOptions::chainDirectoryIn(const std::string& runtimeDirectory) {
+  return runtimeDirectory + "/services/certmgr/chain";
+}
+
+void describeService(CLI::App& app, ServiceOptions& options) {
+  // The first, since what follows depends on it.
+  app.add_option("--worker-fd", options.workerFd)->check(whyNoDescriptor)->group("");
+  describeTrust(app, options);
+  app.add_option("--runtime-dir", options.server.runtimeDirectory,
+                 "Where the socket goes (PPS_RUNTIME_DIR, XDG_RUNTIME_DIR/pps, /run/pps)")
+      ->type_name("DIR");
+  describeProcesses(app, options);
+  app.add_option("--ready-fd", options.server.readyFd,
+                 "Descriptor that gets the line READY when the service listens")
+      ->type_name("NUMBER")
+      ->check(atStart(options, whyNoDescriptor));
+  app.add_flag("--ephemeral", options.ephemeral,
+               "End with the parent process, and remove the whole --runtime-dir, empty now, at "
+               "the end; evaluates in its own process")
+      ->needs("--runtime-dir");
+}

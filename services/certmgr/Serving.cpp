@@ -1,0 +1,137 @@
+#include "services/certmgr/Serving.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+#include "platform/objects/ControlSocket.h"
+#include "services/certmgr/CertDetailsService.h"
+#include "services/certmgr/ChainFiles.h"
+#include "services/certmgr/Sandbox.h"
+#include "services/certmgr/WorkerLoop.h"
+#include "services/certmgr/WorkerPool.h"
+#include "services/common/ServiceMain.h"
+
+namespace {
+
+// Removes the runtime directory of an ephemeral service, however it ends. Only a directory
+// that starts out empty is taken: a mistyped one must not cost anybody his files.
+class RemovedAtEnd {
+ public:
+  explicit RemovedAtEnd(std::string directory) : directory_(std::move(directory)) {
+    std::error_code missing;
+    const std::filesystem::directory_iterator content(directory_, missing);
+    if (!directory_.empty() && !missing && content != std::filesystem::directory_iterator()) {
+      throw std::runtime_error("--ephemeral removes its --runtime-dir, and " + directory_ +
+                               " is not empty; name an empty or a new one");
+    }
+  }
+  ~RemovedAtEnd() {
+    std::error_code ignored;
+    if (!directory_.empty()) std::filesystem::remove_all(directory_, ignored);
+  }
+  RemovedAtEnd(const RemovedAtEnd&) = delete;
+  RemovedAtEnd& operator=(const RemovedAtEnd&) = delete;
+
+ private:
+  std::string directory_;
+};
+
+std::unique_ptr<CertDetailsService> makeService(const ServiceOptions& options,
+                                                const std::string& chainDirectory,
+                                                RequestRecords& records) {
+  return std::make_unique<CertDetailsService>(options.sources(), chainDirectory, options.when,
+                                              records);
+}
+
+// Before the service is made, so that the threads that it may have are restricted too.
+void restrict(const ServiceOptions& options, const SandboxNeeds& needs,
+              const RequestRecords& records) {
+  if (options.noSandbox) return;
+  for (const std::string& part : enterSandbox(needs)) records.unrestricted(part);
+}
+
+// When memory runs out, a worker can be spared and the service cannot.
+void offerToOutOfMemory() {
+  const OwnedFd fd(::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC));
+  if (fd) (void)!::write(fd.get(), "500", 3);
+}
+
+void work(const ServiceOptions& options, RequestRecords& records, pid_t service) {
+  followParent(service, SIGKILL);
+  offerToOutOfMemory();
+  const std::string chains = options.chainDirectory();
+  restrict(options, {chains}, records);
+  const auto evaluation = makeService(options, chains, records);
+  answerMessages(
+      options.workerFd, [&](const ControlRequest& request) { return evaluation->answer(request); },
+      [&] { evaluation->reload(); });
+}
+
+void serveInProcess(const ServiceOptions& options, RequestRecords& records) {
+  // Made once the server holds its place, so that a second service touches no file.
+  std::unique_ptr<CertDetailsService> evaluation;
+  ControlServerOptions settings = options.server;
+  settings.hangup = [&] {
+    evaluation->reload();
+    records.reloaded();
+  };
+  ControlServer server(settings,
+                       [&](const ControlRequest& request) { return evaluation->answer(request); });
+  const ChainDirectory chains(ServiceOptions::chainDirectoryIn(server.runtimeDirectory()));
+  restrict(options, {chains.path(), true}, records);
+  evaluation = makeService(options, chains.path(), records);
+  server.run();
+}
+
+// A worker notes what it answers; what it did not live to answer is noted here.
+std::string answerByWorkers(WorkerPool& workers, const ControlRequest& request,
+                            RequestRecords& records) {
+  try {
+    return workers.answer(request);
+  } catch (const std::exception& failure) {
+    const auto took = std::chrono::steady_clock::now() - request.arrived;
+    records.refused({request.pid, request.uid}, failure.what(),
+                    std::chrono::duration_cast<std::chrono::microseconds>(took), true);
+    throw;
+  }
+}
+
+void serveByWorkers(const ServiceOptions& options, std::vector<std::string> arguments,
+                    RequestRecords& records) {
+  (void)std::signal(SIGCHLD, SIG_DFL);  // else nobody could tell how a worker ended
+  const int counters = records.counters().fd();
+  arguments.push_back("--counters-fd=" + std::to_string(counters));
+  WorkerPool workers({std::move(arguments), {counters}}, options.deadline);
+  ControlServerOptions settings = options.server;
+  settings.hangup = [&] {
+    workers.reload();
+    records.reloaded();
+  };
+  ControlServer server(settings, [&](const ControlRequest& request) {
+    return answerByWorkers(workers, request, records);
+  });
+  const ChainDirectory chains(ServiceOptions::chainDirectoryIn(server.runtimeDirectory()));
+  if (!options.noSandbox) shieldProcess();
+  server.run();
+}
+
+}  // namespace
+
+void serve(const ServiceOptions& options, const OperatorOptions& operation,
+           const std::vector<std::string>& arguments, pid_t parent) {
+  RequestRecords records = makeRecords(operation, options.ephemeral);
+  if (options.workerFd != -1) return work(options, records, parent);
+  const RemovedAtEnd cleanup(options.ephemeral ? options.server.runtimeDirectory : "");
+  if (options.ephemeral) followParent(parent);
+  requireUsable(options.trust);
+  if (options.inProcess || options.ephemeral) return serveInProcess(options, records);
+  serveByWorkers(options, arguments, records);
+}

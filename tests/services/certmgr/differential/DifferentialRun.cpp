@@ -1,0 +1,46 @@
+#include "tests/services/certmgr/differential/DifferentialRun.h"
+
+#include "tests/services/certmgr/differential/ChainMaker.h"
+#include "tests/services/certmgr/differential/DisagreementClasses.h"
+#include "tests/services/certmgr/differential/Judges.h"
+#include "tests/services/certmgr/differential/Random.h"
+
+namespace {
+
+std::string describe(std::uint64_t number, const MadeChain& chain, const Judgement& ours,
+                     const Judgement& theirs, const Classified& classified) {
+  std::string text = "chain " + std::to_string(number) + ":";
+  for (const std::string& feature : chain.features) text += " " + feature;
+  text += "\n  we: " + (ours.accepts() ? std::string("accept") : ours.details);
+  text += "\n  GnuTLS: " + (theirs.accepts() ? std::string("accepts") : theirs.details);
+  text += "\n  in no class:";
+  for (const std::string& finding : classified.unexplained) text += " " + finding;
+  return text;
+}
+
+}  // namespace
+
+DifferentialReport runDifferential(const DifferentialOptions& options) {
+  const World world;
+  OurJudge we(world);
+  GnuTlsJudge they(world);
+  const std::vector<DisagreementClass> classes = readDisagreementClasses();
+  DifferentialReport report;
+  for (std::uint64_t i = 0; i < options.count; ++i) {
+    const std::uint64_t number = options.first + i;
+    Random random((options.seed << 32U) ^ number);
+    const MadeChain chain = makeChain(world, random);
+    const Judgement ours = we.judge(chain.certificates);
+    const Judgement theirs = they.judge(chain.certificates);
+    if (ours.accepts() == theirs.accepts()) {
+      ++(ours.accepts() ? report.bothAccept : report.bothRefuse);
+      continue;
+    }
+    const Classified classified = classify(classes, chain.features, ours, theirs);
+    for (const std::string& name : classified.classes) ++report.disagreements[name];
+    if (!classified.unexplained.empty()) {
+      report.unexplained.push_back(describe(number, chain, ours, theirs, classified));
+    }
+  }
+  return report;
+}

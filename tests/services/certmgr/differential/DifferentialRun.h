@@ -1,0 +1,25 @@
+#ifndef TESTS_SERVICES_CERTMGR_DIFFERENTIAL_DIFFERENTIALRUN_H
+#define TESTS_SERVICES_CERTMGR_DIFFERENTIAL_DIFFERENTIALRUN_H
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+struct DifferentialOptions {
+  std::uint64_t seed = 1;
+  std::uint64_t first = 0;  // the first chain's number; any chain can be had alone
+  std::uint64_t count = 0;
+};
+
+struct DifferentialReport {
+  std::uint64_t bothAccept = 0;
+  std::uint64_t bothRefuse = 0;
+  std::map<std::string, std::uint64_t> disagreements;  // by class; a chain may be in several
+  std::vector<std::string> unexplained;                // a text for each such chain
+};
+
+// Has both judges judge the chains of that seed with those numbers.
+DifferentialReport runDifferential(const DifferentialOptions& options);
+
+#endif
