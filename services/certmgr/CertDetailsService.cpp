@@ -45,13 +45,13 @@ std::chrono::microseconds since(std::chrono::steady_clock::time_point start) {
 }  // namespace
 
 CertDetailsService::CertDetailsService(TrustSources sources, const std::string& chainDirectory,
-                                       std::optional<std::int64_t> when, RequestRecords& records,
+                                       std::optional<std::int64_t> when, RequestRecords records,
                                        EvaluatorOptions options)
     : stores_(std::move(sources)),
       evaluator_(std::move(options)),
       chainFiles_(chainDirectory),
       when_(when),
-      records_(records) {}
+      records_(std::move(records)) {}
 
 std::shared_ptr<const TrustStore> CertDetailsService::storeFor(const CertDetailsRequest& request) {
   auto store = stores_.get(request.application, request.className);
@@ -77,12 +77,12 @@ Verdict CertDetailsService::judge(const CertDetailsRequest& request,
   }
 }
 
-std::string CertDetailsService::answer(const ControlRequest& asked) {
+std::string CertDetailsService::answer(const ControlRequest& request) {
   const auto start = Clock::now();
-  const Asker asker{asked.pid, asked.uid};
+  const Asker asker{request.pid, request.uid};
   records_.requested();
   try {
-    return answerAny(asked, start);
+    return answerAny(request, start);
   } catch (const std::runtime_error& refusal) {
     records_.refused(asker, refusal.what(), since(start), false);
     throw;
@@ -92,11 +92,11 @@ std::string CertDetailsService::answer(const ControlRequest& asked) {
   }
 }
 
-std::string CertDetailsService::answerAny(const ControlRequest& asked, Clock::time_point start) {
-  TextReader reader(asked.text, TextReader::Form::attributes, "the request");
+std::string CertDetailsService::answerAny(const ControlRequest& request, Clock::time_point start) {
+  TextReader reader(request.text, TextReader::Form::attributes, "the request");
   const std::string message = reader.string("msg");
   if (message == "getcounters") return encodeCounters(records_.counters(), readRequestId(reader));
-  return answerDetails(CertDetailsRequest::read(reader, message), asked, start);
+  return answerDetails(CertDetailsRequest::read(reader, message), request, start);
 }
 
 std::string CertDetailsService::answerDetails(const CertDetailsRequest& request,
@@ -123,4 +123,5 @@ std::string CertDetailsService::answerDetails(const CertDetailsRequest& request,
 void CertDetailsService::reload() {
   stores_.forget();
   evaluator_.forget();
+  records_.reloaded();
 }

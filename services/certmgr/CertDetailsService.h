@@ -21,15 +21,14 @@
 class CertDetailsService {
  public:
   // Verdicts are about `when` (seconds since 1970), or the time of the request.
-  // `chainDirectory` is for ChainFiles. What becomes of requests is noted in `records`, which
-  // must live as long.
+  // `chainDirectory` is for ChainFiles.
   CertDetailsService(TrustSources sources, const std::string& chainDirectory,
-                     std::optional<std::int64_t> when, RequestRecords& records,
+                     std::optional<std::int64_t> when, RequestRecords records,
                      EvaluatorOptions options = {});
 
   // The answer to one request, whose files are read with the rights of who sent it.
   // Throws std::runtime_error, whose text is the answer's "err", when it cannot be used.
-  std::string answer(const ControlRequest& asked);
+  std::string answer(const ControlRequest& request);
 
   // Loads the stores anew with the next requests, and forgets all verdicts.
   void reload();
@@ -37,7 +36,7 @@ class CertDetailsService {
  private:
   using Clock = std::chrono::steady_clock;
 
-  std::string answerAny(const ControlRequest& asked, Clock::time_point start);
+  std::string answerAny(const ControlRequest& request, Clock::time_point start);
   std::string answerDetails(const CertDetailsRequest& request, const ControlRequest& asked,
                             Clock::time_point start);
   std::shared_ptr<const TrustStore> storeFor(const CertDetailsRequest& request);
@@ -48,7 +47,7 @@ class CertDetailsService {
   Evaluator evaluator_;
   ChainFiles chainFiles_;
   std::optional<std::int64_t> when_;
-  RequestRecords& records_;
+  RequestRecords records_;
   std::atomic<std::uint64_t> countedLoads_{0};
 };
 

@@ -7,13 +7,13 @@
 
 #include <CLI/CLI.hpp>
 
+#include "platform/objects/ControlServer.h"
 #include "services/certmgr/CertDetailsRequest.h"
 #include "services/certmgr/Evaluator.h"
 #include "services/certmgr/Explanation.h"
 #include "services/certmgr/StoreCheck.h"
 #include "services/certmgr/TrustStores.h"
 #include "services/common/ServiceMain.h"
-#include "services/common/TimeText.h"
 
 namespace {
 
@@ -39,25 +39,27 @@ int tellOfStore(const std::string& directory, std::int64_t now) {
   return report.problemCount() == 0 ? kNothingWrong : kSomethingWrong;
 }
 
-int tellOfChain(const OperatorOptions& options, const ServiceOptions& service) {
+int tellOfChain(const OperatorOptions& options, const JudgingOptions& judging) {
   ExplanationInput input;
-  input.now = service.when.value_or(currentTime());
+  input.now = judging.now;
   input.given = readChain(options.explain);
   if (input.given.size() > CertDetailsRequest::kMaxCertificates) {
     throw std::runtime_error("the files hold more than " +
                              std::to_string(CertDetailsRequest::kMaxCertificates) +
                              " certificates, which is all that a request may name");
   }
-  requireUsable(service.trust);
-  TrustStores stores(service.sources());
+  requireUsable(judging.trust);
+  TrustStores stores(judging.trust);
   input.store = stores.directoryOf(options.application, options.className);
   const auto store = stores.get(options.application, options.className);
   input.anchors = store->anchorCount();
-  input.chainDirectory = service.chainDirectory();
+  const std::string runtime =
+      judging.runtimeDirectory.empty() ? defaultRuntimeDirectory() : judging.runtimeDirectory;
+  input.chainDirectory = runtime + "/services/certmgr/chain";
 
   std::vector<std::string> chain;
   for (const GivenCertificate& given : input.given) chain.push_back(given.der);
-  const Verdict verdict = Evaluator().evaluate(chain, store, input.now);
+  const Verdict verdict = Evaluator().evaluate(chain, store, judging.now);
   tell(explain(input, *verdict.evaluation));
   return verdict.evaluation->isValid() ? kNothingWrong : kSomethingWrong;
 }
@@ -102,11 +104,10 @@ RequestRecords makeRecords(const OperatorOptions& options, bool isPrivate) {
 }
 
 std::optional<int> runInsteadOfServing(const OperatorOptions& options,
-                                       const ServiceOptions& service) {
+                                       const JudgingOptions& judging) {
   try {
-    if (!options.checkStore.empty())
-      return tellOfStore(options.checkStore, service.when.value_or(currentTime()));
-    if (!options.explain.empty()) return tellOfChain(options, service);
+    if (!options.checkStore.empty()) return tellOfStore(options.checkStore, judging.now);
+    if (!options.explain.empty()) return tellOfChain(options, judging);
     return {};
   } catch (const std::exception& failure) {
     (void)std::fprintf(stderr, "trust-certmgrd: %s\n", failure.what());

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "services/certmgr/RequestRecords.h"
-#include "services/certmgr/ServiceOptions.h"
+#include "services/certmgr/StoreFiles.h"
 
 namespace CLI {
 class App;
@@ -23,6 +23,13 @@ struct OperatorOptions {
   std::string className = "user_trusted";
 };
 
+// What of the service's own options a verdict depends on.
+struct JudgingOptions {
+  TrustSources trust;
+  std::int64_t now = 0;          // seconds since 1970
+  std::string runtimeDirectory;  // empty: where clients of this environment look
+};
+
 void describeOperatorOptions(CLI::App& app, OperatorOptions& options);
 
 // The log and the counters of a service. A private one (`isPrivate`) runs on somebody else's
@@ -34,6 +41,6 @@ RequestRecords makeRecords(const OperatorOptions& options, bool isPrivate);
 // is wrong, 1 something is, 2 it could not be looked at (then with a line on stderr). Nothing
 // when the service is to serve.
 std::optional<int> runInsteadOfServing(const OperatorOptions& options,
-                                       const ServiceOptions& service);
+                                       const JudgingOptions& judging);
 
 #endif

@@ -25,7 +25,3 @@ void RequestRecords::refused(const Asker& asker, std::string_view error,
   const LogLevel level = isOurs ? LogLevel::error : LogLevel::warning;
   if (log_.takes(level)) log_.write(level, refusalLine(asker, error, took));
 }
-
-void RequestRecords::unrestricted(std::string_view restriction) const {
-  log_.write(LogLevel::warning, LogLine("unrestricted").add("missing", restriction).text());
-}

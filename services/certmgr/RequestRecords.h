@@ -19,9 +19,7 @@ class RequestRecords {
   // By the service's own fault where `isOurs`, else by what the client wrote.
   void refused(const Asker& asker, std::string_view error, std::chrono::microseconds took,
                bool isOurs);
-  void reloaded() const { log_.write(LogLevel::info, LogLine("reloaded").text()); }
-  // That this system does not offer one of the restrictions which the service puts on itself.
-  void unrestricted(std::string_view restriction) const;
+  void reloaded() { log_.write(LogLevel::info, LogLine("reloaded").text()); }
 
   Counters& counters() { return counters_; }
 

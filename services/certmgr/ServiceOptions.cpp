@@ -14,6 +14,7 @@ namespace {
 constexpr unsigned kFewestWorkers = 2;  // so that one that is busy for long is not all there is
 constexpr unsigned kMostWorkersUnasked = 16;
 constexpr int kMaxDeadlineSeconds = 24 * 60 * 60;
+constexpr int kMaxVerdictAgeSeconds = 24 * 60 * 60;
 
 std::int64_t timeOf(const std::string& text) {
   if (const auto moment = parseTime(text)) return *moment;
@@ -56,6 +57,19 @@ void describeTrust(CLI::App& app, ServiceOptions& options) {
       ->type_name("TIME");
 }
 
+void describeMemory(CLI::App& app, ServiceOptions& options) {
+  app.add_option_function<int>(
+         "--verdict-age",
+         [&options](int seconds) {
+           options.evaluation.verdictAge = std::chrono::seconds(seconds);
+           if (seconds == 0) options.evaluation.verdictBytes = 0;
+         },
+         "The longest that a verdict is remembered; 0: every chain is judged anew")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0, kMaxVerdictAgeSeconds).description(""))
+      ->default_str(std::to_string(options.evaluation.verdictAge.count()));
+}
+
 void describeProcesses(CLI::App& app, ServiceOptions& options) {
   app.add_option("--workers", options.server.workers,
                  "Processes that evaluate, each one request at a time (one a processor, from 2 "
@@ -83,29 +97,22 @@ ServiceOptions::ServiceOptions() {
       std::clamp(std::thread::hardware_concurrency(), kFewestWorkers, kMostWorkersUnasked);
 }
 
-TrustSources ServiceOptions::sources() const {
-  TrustSources all = trust;
-  if (!noSystemAnchors) all.hashedDirectories.push_back(systemAnchors);
-  return all;
-}
-
-std::string ServiceOptions::chainDirectory() const {
-  const std::string& directory = server.runtimeDirectory;
-  return chainDirectoryIn(directory.empty() ? defaultRuntimeDirectory() : directory);
-}
-
-std::string ServiceOptions::chainDirectoryIn(const std::string& runtimeDirectory) {
-  return runtimeDirectory + "/services/certmgr/chain";
+TrustSources ServiceOptions::trustSources() const {
+  TrustSources sources = trust;
+  if (!noSystemAnchors) sources.hashedDirectories.push_back(systemAnchors);
+  return sources;
 }
 
 void describeService(CLI::App& app, ServiceOptions& options) {
   // The first, since what follows depends on it.
   app.add_option("--worker-fd", options.workerFd)->check(whyNoDescriptor)->group("");
   describeTrust(app, options);
+  describeMemory(app, options);
   app.add_option("--runtime-dir", options.server.runtimeDirectory,
                  "Where the socket goes (PPS_RUNTIME_DIR, XDG_RUNTIME_DIR/pps, /run/pps)")
       ->type_name("DIR");
   describeProcesses(app, options);
+  describeOperatorOptions(app, options.operation);
   app.add_option("--ready-fd", options.server.readyFd,
                  "Descriptor that gets the line READY when the service listens")
       ->type_name("NUMBER")

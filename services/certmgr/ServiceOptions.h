@@ -7,7 +7,9 @@
 #include <string>
 
 #include "platform/objects/ControlServer.h"
-#include "services/certmgr/TrustStores.h"
+#include "services/certmgr/Evaluator.h"
+#include "services/certmgr/OperatorOptions.h"
+#include "services/certmgr/StoreFiles.h"
 
 namespace CLI {
 class App;
@@ -16,6 +18,9 @@ class App;
 // What the command line says of serving.
 struct ServiceOptions {
   ServiceOptions();
+
+  // Those that were named, and the system's anchors where they count.
+  TrustSources trustSources() const;
 
   TrustSources trust;
   std::string systemAnchors = "/etc/ssl/certs";
@@ -26,13 +31,9 @@ struct ServiceOptions {
   bool inProcess = false;
   bool noSandbox = false;
   bool ephemeral = false;
+  EvaluatorOptions evaluation;
+  OperatorOptions operation;
   int workerFd = -1;  // this process is a worker and speaks through it; -1: it is the service
-
-  // What `trust` says, joined with the system's anchors where they are wanted.
-  TrustSources sources() const;
-  // Where the files of ChainFiles are. Throws std::runtime_error when its path is too long.
-  std::string chainDirectory() const;
-  static std::string chainDirectoryIn(const std::string& runtimeDirectory);
 };
 
 // Adds the options to a command line that fills `options`, which must live as long as the app.

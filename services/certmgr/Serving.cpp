@@ -44,18 +44,27 @@ class RemovedAtEnd {
   std::string directory_;
 };
 
+std::string chainDirectoryIn(const std::string& runtimeDirectory) {
+  return (runtimeDirectory.empty() ? defaultRuntimeDirectory() : runtimeDirectory) +
+         "/services/certmgr/chain";
+}
+
 std::unique_ptr<CertDetailsService> makeService(const ServiceOptions& options,
-                                                const std::string& chainDirectory,
-                                                RequestRecords& records) {
-  return std::make_unique<CertDetailsService>(options.sources(), chainDirectory, options.when,
-                                              records);
+                                                const std::string& chainDirectory) {
+  return std::make_unique<CertDetailsService>(options.trustSources(), chainDirectory, options.when,
+                                              makeRecords(options.operation, options.ephemeral),
+                                              options.evaluation);
 }
 
 // Before the service is made, so that the threads that it may have are restricted too.
-void restrict(const ServiceOptions& options, const SandboxNeeds& needs,
-              const RequestRecords& records) {
+void restrict(const ServiceOptions& options, const SandboxNeeds& needs) {
   if (options.noSandbox) return;
-  for (const std::string& part : enterSandbox(needs)) records.unrestricted(part);
+  std::string missing;
+  for (const std::string& part : enterSandbox(needs)) missing += " " + part + ",";
+  if (missing.empty()) return;
+  missing.pop_back();
+  (void)fprintf(stderr, "trust-certmgrd: this system does not offer%s; going on without\n",
+                missing.c_str());
 }
 
 // When memory runs out, a worker can be spared and the service cannot.
@@ -64,74 +73,67 @@ void offerToOutOfMemory() {
   if (fd) (void)!::write(fd.get(), "500", 3);
 }
 
-void work(const ServiceOptions& options, RequestRecords& records, pid_t service) {
+void work(const ServiceOptions& options, pid_t service) {
   followParent(service, SIGKILL);
   offerToOutOfMemory();
-  const std::string chains = options.chainDirectory();
-  restrict(options, {chains}, records);
-  const auto evaluation = makeService(options, chains, records);
+  const std::string chains = chainDirectoryIn(options.server.runtimeDirectory);
+  restrict(options, {chains});
+  const auto evaluation = makeService(options, chains);
   answerMessages(
       options.workerFd, [&](const ControlRequest& request) { return evaluation->answer(request); },
       [&] { evaluation->reload(); });
 }
 
-void serveInProcess(const ServiceOptions& options, RequestRecords& records) {
+void serveInProcess(const ServiceOptions& options) {
   // Made once the server holds its place, so that a second service touches no file.
   std::unique_ptr<CertDetailsService> evaluation;
   ControlServerOptions settings = options.server;
-  settings.hangup = [&] {
-    evaluation->reload();
-    records.reloaded();
-  };
+  settings.hangup = [&] { evaluation->reload(); };
   ControlServer server(settings,
                        [&](const ControlRequest& request) { return evaluation->answer(request); });
-  const ChainDirectory chains(ServiceOptions::chainDirectoryIn(server.runtimeDirectory()));
-  restrict(options, {chains.path(), true}, records);
-  evaluation = makeService(options, chains.path(), records);
+  const ChainDirectory chains(chainDirectoryIn(server.runtimeDirectory()));
+  restrict(options, {chains.path(), true});
+  evaluation = makeService(options, chains.path());
   server.run();
 }
 
-// A worker notes what it answers; what it did not live to answer is noted here.
-std::string answerByWorkers(WorkerPool& workers, const ControlRequest& request,
-                            RequestRecords& records) {
+// A worker notes what it answers; what becomes of a request that it does not is noted here.
+std::string answerByWorker(WorkerPool& workers, const ControlRequest& request,
+                           RequestRecords& records) {
   try {
     return workers.answer(request);
   } catch (const std::exception& failure) {
-    const auto took = std::chrono::steady_clock::now() - request.arrived;
-    records.refused({request.pid, request.uid}, failure.what(),
-                    std::chrono::duration_cast<std::chrono::microseconds>(took), true);
+    const auto took = std::chrono::duration_cast<std::chrono::microseconds>(
+        std::chrono::steady_clock::now() - request.arrived);
+    records.refused({request.pid, request.uid}, failure.what(), took, true);
     throw;
   }
 }
 
-void serveByWorkers(const ServiceOptions& options, std::vector<std::string> arguments,
-                    RequestRecords& records) {
+void serveByWorkers(const ServiceOptions& options, const std::vector<std::string>& arguments) {
   (void)std::signal(SIGCHLD, SIG_DFL);  // else nobody could tell how a worker ended
+  RequestRecords records = makeRecords(options.operation, false);
   const int counters = records.counters().fd();
-  arguments.push_back("--counters-fd=" + std::to_string(counters));
-  WorkerPool workers({std::move(arguments), {counters}}, options.deadline);
+  std::vector<std::string> command = arguments;
+  command.push_back("--counters-fd=" + std::to_string(counters));
+  WorkerPool workers({command, {counters}}, options.deadline);
   ControlServerOptions settings = options.server;
-  settings.hangup = [&] {
-    workers.reload();
-    records.reloaded();
-  };
+  settings.hangup = [&] { workers.reload(); };
   ControlServer server(settings, [&](const ControlRequest& request) {
-    return answerByWorkers(workers, request, records);
+    return answerByWorker(workers, request, records);
   });
-  const ChainDirectory chains(ServiceOptions::chainDirectoryIn(server.runtimeDirectory()));
+  const ChainDirectory chains(chainDirectoryIn(server.runtimeDirectory()));
   if (!options.noSandbox) shieldProcess();
   server.run();
 }
 
 }  // namespace
 
-void serve(const ServiceOptions& options, const OperatorOptions& operation,
-           const std::vector<std::string>& arguments, pid_t parent) {
-  RequestRecords records = makeRecords(operation, options.ephemeral);
-  if (options.workerFd != -1) return work(options, records, parent);
+void serve(const ServiceOptions& options, const std::vector<std::string>& arguments, pid_t parent) {
+  if (options.workerFd != -1) return work(options, parent);
   const RemovedAtEnd cleanup(options.ephemeral ? options.server.runtimeDirectory : "");
   if (options.ephemeral) followParent(parent);
   requireUsable(options.trust);
-  if (options.inProcess || options.ephemeral) return serveInProcess(options, records);
-  serveByWorkers(options, arguments, records);
+  if (options.inProcess || options.ephemeral) return serveInProcess(options);
+  serveByWorkers(options, arguments);
 }

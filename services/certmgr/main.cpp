@@ -11,6 +11,7 @@
 #include "services/certmgr/ServiceOptions.h"
 #include "services/certmgr/Serving.h"
 #include "services/common/ServiceMain.h"
+#include "services/common/TimeText.h"
 
 namespace {
 
@@ -42,19 +43,20 @@ int main(int argc, char** argv) {
   const pid_t parent = getppid();
   holdEndingSignals();
   holdHangups();
+  occupyStandardFiles();
   ServiceOptions options;
-  OperatorOptions operation;
   CLI::App app("Certificate-manager service: evaluates certificate chains against trust stores",
                "trust-certmgrd");
   app.set_version_flag("--version", TRUSTLIB_VERSION);
   app.footer(kManual);
   describeService(app, options);
-  describeOperatorOptions(app, operation);
   const std::vector<std::string> arguments(argv, argv + argc);
   std::optional<int> asked;
   const int status = runService(app, argc, argv, [&] {
-    asked = runInsteadOfServing(operation, options);
-    if (!asked) serve(options, operation, arguments, parent);
+    asked = runInsteadOfServing(options.operation,
+                                {options.trustSources(), options.when.value_or(currentTime()),
+                                 options.server.runtimeDirectory});
+    if (!asked) serve(options, arguments, parent);
   });
   return asked.value_or(status);
 }

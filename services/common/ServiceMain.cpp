@@ -50,6 +50,12 @@ void holdHangups() {
   pthread_sigmask(SIG_BLOCK, &hangup, nullptr);
 }
 
+void occupyStandardFiles() {
+  int fd = 0;
+  while (fd >= 0 && fd <= STDERR_FILENO) fd = open("/dev/null", O_RDWR);
+  if (fd > STDERR_FILENO) close(fd);
+}
+
 int runService(CLI::App& app, int argc, char** argv, const std::function<void()>& serve) {
   app.footer(app.get_footer() +
              "\n\nExit status: 0 stopped as asked, 1 could not start or go on, 2 wrong use.");

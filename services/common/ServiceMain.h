@@ -20,6 +20,10 @@ void holdEndingSignals();
 // The same for SIGHUP, in a service that reloads on it.
 void holdHangups();
 
+// Opens /dev/null in place of standard input, output and error where they are closed: files that
+// are opened later must not pass for them.
+void occupyStandardFiles();
+
 // Parses the command line and serves. Returns the program's exit status: 0 stopped as asked (or
 // told its help or version), 1 could not start or go on, 2 wrong use; the last two with a line
 // on stderr that starts with the program's name.

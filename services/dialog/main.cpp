@@ -1,5 +1,4 @@
 // trust-dialogd: the dialog service.
-#include <fcntl.h>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -104,10 +103,7 @@ void limitThreadStacks() {
 
 // What this process may have been started with must not change what it does.
 void setUpProcess() {
-  // Files opened later must not pass for standard input or output.
-  int fd = 0;
-  while (fd >= 0 && fd <= STDERR_FILENO) fd = open("/dev/null", O_RDWR);
-  if (fd > STDERR_FILENO) close(fd);
+  occupyStandardFiles();
   (void)std::signal(SIGCHLD, SIG_DFL);  // else nobody could tell how a face ended
   (void)std::signal(SIGPIPE, SIG_IGN);  // who reads our messages may go
   (void)std::signal(SIGTTOU, SIG_IGN);  // a terminal is restored from the background, too
