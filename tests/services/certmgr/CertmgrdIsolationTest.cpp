@@ -95,6 +95,23 @@ TEST_F(CertmgrdIsolationTest, WorkerPastTheDeadlineIsReplaced) {
   EXPECT_THAT(workers(), Not(Contains(worker)));
 }
 
+TEST_F(CertmgrdIsolationTest, RequestThatNoWorkerAnsweredIsCountedAsAnError) {
+  const pid_t worker = startWithOneWorker({"--deadline=1"});
+  kill(worker, SIGSTOP);
+  ask(text_);
+  EXPECT_THAT(ask("msg::getcounters\nid::1\n"), HasSubstr(R"("errors":"1")"));
+}
+
+TEST_F(CertmgrdIsolationTest, CountersGoOnWhereAWorkerIsReplaced) {
+  const pid_t worker = startWithOneWorker();
+  const WatchedProcess watched(worker);
+  if (!watched.canBeWatched()) GTEST_SKIP() << "the kernel has no descriptors of processes";
+  kill(worker, SIGKILL);
+  watched.awaitEnd();
+  ask(text_);
+  EXPECT_THAT(ask("msg::getcounters\nid::1\n"), HasSubstr(R"("valid":"2")"));
+}
+
 // However many hang, nobody waits for more than one deadline.
 TEST_F(CertmgrdIsolationTest, RequestThatFoundNoWorkerInTimeIsAnError) {
   const pid_t worker = startWithOneWorker({"--deadline=1", "--workers=1"});

@@ -64,7 +64,7 @@ TEST_F(CertmgrdSandboxTest, RestrictedWorkerFollowsItsStore) {
 }
 
 TEST_F(CertmgrdSandboxTest, NothingIsComplainedOfWhereAllIsOffered) {
-  startWithOneWorker();
+  startWithOneWorker({"--log-level=error"});
   if (!offers("seccomp") || !offers("Landlock")) GTEST_SKIP() << service_->errors();
   EXPECT_EQ("", service_->errors());
 }
