@@ -1,5 +1,6 @@
 #include "services/certmgr/Log.h"
 
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -41,6 +42,13 @@ void appendField(std::string& line, std::string_view key, std::string_view value
   if (!plain) line += '"';
 }
 
+// A reader that has stopped reading, or has gone, must hold no verdict up.
+bool takesALine(int fd) {
+  pollfd state{fd, POLLOUT, 0};
+  return ::poll(&state, 1, 0) == 1 && (state.revents & POLLOUT) != 0 &&
+         (state.revents & (POLLERR | POLLHUP | POLLNVAL)) == 0;
+}
+
 }  // namespace
 
 std::optional<LogLevel> logLevelNamed(std::string_view name) {
@@ -79,7 +87,7 @@ Log::Log(LogLevel most)
           isJournal(STDERR_FILENO, std::getenv("JOURNAL_STREAM")) ? Form::journal : Form::plain) {}
 
 void Log::write(LogLevel level, std::string_view line) const noexcept {
-  if (!takes(level)) return;
+  if (!takes(level) || !takesALine(fd_)) return;
   try {
     std::string text(form_ == Form::journal ? kLevels[static_cast<std::size_t>(level)].syslog
                                             : kProgram);

@@ -33,7 +33,8 @@ class LogLine {
 };
 
 // Writes lines to a descriptor, each at once, so that the lines of several threads and processes
-// never mix. What cannot be written is lost: no verdict depends on it. Safe from several threads.
+// never mix. What cannot be written at once is lost: no verdict waits for its line. Safe from
+// several threads.
 class Log {
  public:
   enum class Form {

@@ -1,5 +1,6 @@
 #include "services/certmgr/OperatorOptions.h"
 
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
@@ -71,15 +72,17 @@ void describeOperatorOptions(CLI::App& app, OperatorOptions& options) {
          "Least important lines on stderr: error, warning, info (one a decision), debug (info; "
          "error with --ephemeral)")
       ->type_name("LEVEL");
-  app.add_option("--check-store", options.checkStore,
-                 "Tell what a store's directory holds and what is wrong with it, and end: status "
-                 "0 nothing, 1 something, 2 it cannot be read")
-      ->type_name("DIR");
+  CLI::Option* check =
+      app.add_option("--check-store", options.checkStore,
+                     "Tell what a store's directory holds and what is wrong with it, and end: "
+                     "status 0 nothing, 1 something, 2 it cannot be read")
+          ->type_name("DIR");
   CLI::Option* explain =
       app.add_option("--explain", options.explain,
                      "Judge the chain of these files (PEM or DER, the leaf first), tell how, and "
                      "end: status 0 valid, 1 invalid, 2 it cannot be judged")
-          ->type_name("FILE...");
+          ->type_name("FILE...")
+          ->excludes(check);
   app.add_option("--application", options.application, "With --explain: whose store")
       ->type_name("NAME")
       ->needs(explain)
@@ -93,6 +96,8 @@ void describeOperatorOptions(CLI::App& app, OperatorOptions& options) {
 }
 
 RequestRecords makeRecords(const OperatorOptions& options, bool isPrivate) {
+  // Whoever read stderr may go while the service stays.
+  (void)std::signal(SIGPIPE, SIG_IGN);
   const LogLevel level = options.logLevel.value_or(isPrivate ? LogLevel::error : LogLevel::info);
   return {Log(level),
           options.countersFd == -1 ? Counters::create() : Counters::attach(options.countersFd)};

@@ -33,8 +33,8 @@ struct JudgingOptions {
 void describeOperatorOptions(CLI::App& app, OperatorOptions& options);
 
 // The log and the counters of a service. A private one (`isPrivate`) runs on somebody else's
-// stderr, and says there by default only what goes wrong. Takes options.countersFd over. Throws
-// std::runtime_error with the reason.
+// stderr, and says there by default only what goes wrong. Takes options.countersFd over, and has
+// this process ignore SIGPIPE. Throws std::runtime_error with the reason.
 RequestRecords makeRecords(const OperatorOptions& options, bool isPrivate);
 
 // Does what was asked for in place of serving, and returns the program's exit status: 0 nothing

@@ -24,7 +24,8 @@ class CertDetailsServiceTest : public testing::Test {
                                            .make()
                                            .derString())),
         counters_(Counters::create()),
-        service_({files_.path("trust/stores")}, files_.path("chain"), {},
+        chains_(files_.path("chain")),
+        service_({files_.path("trust/stores")}, chains_.path(), {},
                  {Log(LogLevel::info, log_.get(), Log::Form::plain),
                   Counters::attach(dup(counters_.fd()))}) {
     addToHashedDirectory(files_.path("trust/stores/common/all"), root_);
@@ -32,6 +33,7 @@ class CertDetailsServiceTest : public testing::Test {
 
   std::string ask() {
     ControlRequest request;
+    request.uid = geteuid();
     request.text =
         "msg::getcertdetails\ndat:json:{\"application\":\"common\",\"class\":\"all\","
         "\"certid\":\"" +
@@ -48,6 +50,7 @@ class CertDetailsServiceTest : public testing::Test {
   std::string leaf_;
   OwnedFd log_{open(files_.path("log").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600)};
   Counters counters_;
+  ChainDirectory chains_;
   CertDetailsService service_;
 };
 

@@ -1,8 +1,10 @@
 #include "services/certmgr/Log.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <stdexcept>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -115,6 +117,21 @@ TEST_F(LogTest, LineThatIsTooLongIsCut) {
   const std::string text = written();
   EXPECT_EQ(Log::kMaxLineBytes, text.size());
   EXPECT_THAT(text, EndsWith("x\n"));
+}
+
+TEST_F(LogTest, LineThatTheReaderHasNoRoomForIsLost) {
+  ASSERT_EQ(0, fcntl(out_.get(), F_SETFL, O_NONBLOCK));
+  std::string full;
+  while (write(out_.get(), "full", 4) > 0) full += "full";
+  ASSERT_EQ(0, fcntl(out_.get(), F_SETFL, 0));
+  Log(LogLevel::info, out_.get(), Log::Form::plain).write(LogLevel::info, "line");
+  EXPECT_TRUE(full == written());
+}
+
+TEST_F(LogTest, LineWithoutAReaderIsLostAndDoesNotEndTheProgram) {
+  in_ = OwnedFd();
+  Log(LogLevel::info, out_.get(), Log::Form::plain).write(LogLevel::info, "line");
+  EXPECT_NE(-1, fcntl(out_.get(), F_GETFD));
 }
 
 TEST(Journal, IsWhatTheEnvironmentSaysOfTheVeryStream) {

@@ -15,6 +15,7 @@ class Assembly {
     const TestCertificate root = pickRoot();
     planMembers(root);
     mutate();
+    opposeConstraints();
     build(root);
     addOthers(root);
     return std::move(made_);
@@ -104,6 +105,14 @@ class Assembly {
       mutation.apply(members_[place], world_, random_);
       note(std::string(place == authorities ? "leaf:" : "authority:") + mutation.name);
     }
+  }
+
+  // One issuer excludes what one below it permits.
+  void opposeConstraints() {
+    if (members_.size() < 3 || !random_.percent(3)) return;
+    note("authorities:opposed-constraints");
+    members_[0].maker.nameConstraints("critical,excluded;DNS:other");
+    members_[1].maker.nameConstraints("critical,permitted;DNS:other");
   }
 
   // The certificate that issues others, and the bytes that are sent.

@@ -1,11 +1,18 @@
 #include "tests/services/certmgr/differential/DifferentialRun.h"
 
+#include <algorithm>
+
 #include "tests/services/certmgr/differential/ChainMaker.h"
 #include "tests/services/certmgr/differential/DisagreementClasses.h"
 #include "tests/services/certmgr/differential/Judges.h"
 #include "tests/services/certmgr/differential/Random.h"
 
 namespace {
+
+MadeChain chainOf(const World& world, const DifferentialOptions& options, std::uint64_t number) {
+  Random random((options.seed << 32U) ^ number);
+  return makeChain(world, random);
+}
 
 std::string describe(std::uint64_t number, const MadeChain& chain, const Judgement& ours,
                      const Judgement& theirs, const Classified& classified) {
@@ -28,8 +35,7 @@ DifferentialReport runDifferential(const DifferentialOptions& options) {
   DifferentialReport report;
   for (std::uint64_t i = 0; i < options.count; ++i) {
     const std::uint64_t number = options.first + i;
-    Random random((options.seed << 32U) ^ number);
-    const MadeChain chain = makeChain(world, random);
+    const MadeChain chain = chainOf(world, options, number);
     const Judgement ours = we.judge(chain.certificates);
     const Judgement theirs = they.judge(chain.certificates);
     if (ours.accepts() == theirs.accepts()) {
@@ -43,4 +49,20 @@ DifferentialReport runDifferential(const DifferentialOptions& options) {
     }
   }
   return report;
+}
+
+std::vector<std::uint64_t> chainsJudgedByTheirOrder(const DifferentialOptions& options) {
+  const World world;
+  OurJudge warm(world);
+  std::vector<std::uint64_t> numbers;
+  for (std::uint64_t i = 0; i < options.count; ++i) {
+    const std::uint64_t number = options.first + i;
+    MadeChain chain = chainOf(world, options, number);
+    const Judgement one = warm.judge(chain.certificates);
+    std::reverse(chain.certificates.begin() + 1, chain.certificates.end());
+    OurJudge cold(world);
+    const Judgement other = cold.judge(chain.certificates);
+    if (one.findings != other.findings || one.details != other.details) numbers.push_back(number);
+  }
+  return numbers;
 }

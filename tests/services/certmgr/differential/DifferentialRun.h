@@ -7,7 +7,7 @@
 #include <vector>
 
 struct DifferentialOptions {
-  std::uint64_t seed = 1;
+  std::uint64_t seed = 0;
   std::uint64_t first = 0;  // the first chain's number; any chain can be had alone
   std::uint64_t count = 0;
 };
@@ -21,5 +21,9 @@ struct DifferentialReport {
 
 // Has both judges judge the chains of that seed with those numbers.
 DifferentialReport runDifferential(const DifferentialOptions& options);
+
+// The numbers of those chains that we judge differently when all but the leaf come in another
+// order, by an evaluator that remembers nothing.
+std::vector<std::uint64_t> chainsJudgedByTheirOrder(const DifferentialOptions& options);
 
 #endif

@@ -1,56 +1,31 @@
 #include "tests/services/certmgr/differential/DisagreementClasses.h"
 
 #include <algorithm>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
+
+#include "tests/services/certmgr/ConformanceTable.h"
 
 namespace {
 
-std::string trimmed(const std::string& text) {
-  const auto first = text.find_first_not_of(' ');
-  if (first == std::string::npos) return {};
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
-
-std::vector<std::string> columnsOf(const std::string& line) {
-  std::vector<std::string> columns;
-  std::istringstream in(line);
-  for (std::string column; std::getline(in, column, '|');) columns.push_back(trimmed(column));
-  return columns;
-}
-
-std::set<std::string> wordsOf(const std::string& text) {
-  std::istringstream in(text);
-  std::set<std::string> words;
-  for (std::string word; in >> word;) {
-    if (word != "-") words.insert(word);
-  }
-  return words;
+std::set<std::string> setOf(const std::string& column) {
+  const std::vector<std::string> words = wordsOf(column);
+  return {words.begin(), words.end()};
 }
 
 bool holds(const DisagreementClass& one, const std::string& finding,
            const std::set<std::string>& features) {
   return one.findings.count(finding) != 0 &&
-         (one.features.empty() ||
-          std::any_of(one.features.begin(), one.features.end(),
-                      [&](const std::string& feature) { return features.count(feature) != 0; }));
+         std::any_of(one.features.begin(), one.features.end(),
+                     [&](const std::string& feature) { return features.count(feature) != 0; });
 }
 
 }  // namespace
 
 std::vector<DisagreementClass> readDisagreementClasses() {
-  std::ifstream in(DISAGREEMENT_CLASSES);
-  if (!in) throw std::runtime_error("cannot read " DISAGREEMENT_CLASSES);
   std::vector<DisagreementClass> classes;
-  for (std::string line; std::getline(in, line);) {
-    if (line.empty() || line.front() == '#') continue;
-    const std::vector<std::string> columns = columnsOf(line);
-    if (columns.size() != 5 || (columns[1] != "we" && columns[1] != "GnuTLS")) {
-      throw std::runtime_error("no class: " + line);
-    }
-    classes.push_back(
-        {columns[0], columns[1] == "we", wordsOf(columns[2]), wordsOf(columns[3]), columns[4]});
+  for (const auto& row : readTable(DISAGREEMENT_CLASSES, 5)) {
+    if (row[1] != "we" && row[1] != "GnuTLS") throw std::runtime_error("who accepts: " + row[1]);
+    classes.push_back({row[0], row[1] == "we", setOf(row[2]), setOf(row[3]), row[4]});
   }
   return classes;
 }

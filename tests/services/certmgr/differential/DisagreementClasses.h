@@ -12,7 +12,7 @@ struct DisagreementClass {
   std::string name;
   bool weAccept = false;           // and GnuTLS refuses; or the other way round
   std::set<std::string> findings;  // of the one that refuses
-  std::set<std::string> features;  // one of these the chain has; empty: whatever it has
+  std::set<std::string> features;  // the chain has one of these
   std::string explanation;         // what happens, and why we are right
 };
 

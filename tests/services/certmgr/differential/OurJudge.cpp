@@ -1,4 +1,5 @@
 #include "services/certmgr/path/DerReader.h"
+#include "services/certmgr/path/Digest.h"
 #include "services/certmgr/path/TrustStore.h"
 #include "tests/services/certmgr/differential/Judges.h"
 
@@ -14,6 +15,9 @@ Judgement OurJudge::judge(const std::vector<std::string>& chain) {
   Judgement judgement;
   try {
     const Verdict verdict = evaluator_.evaluate(chain, store_, World::kNow);
+    for (const CertificatePtr& member : verdict.evaluation->path) {
+      judgement.details += hexOf(member->fingerprint).substr(0, 8) + " ";
+    }
     for (const Finding& finding : verdict.evaluation->findings) {
       judgement.findings.emplace(nameOf(finding.reason));
       judgement.details.append(" ")
@@ -24,9 +28,9 @@ Judgement OurJudge::judge(const std::vector<std::string>& chain) {
           .append(finding.evidence)
           .append(")");
     }
-  } catch (const DerError& error) {
+  } catch (const DerError&) {
     judgement.findings.insert("unreadable");
-    judgement.details = error.what();
+    judgement.details = "not every certificate can be read";  // which one is up to the order
   }
   return judgement;
 }
