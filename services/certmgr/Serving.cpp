@@ -114,7 +114,7 @@ void serveByWorkers(const ServiceOptions& options, const std::vector<std::string
   RequestRecords records = makeRecords(options.operation, false);
   const int counters = records.counters().fd();
   std::vector<std::string> command = arguments;
-  command.push_back("--counters-fd=" + std::to_string(counters));
+  command.insert(command.begin() + 1, "--counters-fd=" + std::to_string(counters));
   WorkerPool workers({command, {counters}}, options.deadline);
   ControlServerOptions settings = options.server;
   settings.hangup = [&] {

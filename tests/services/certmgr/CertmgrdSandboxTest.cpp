@@ -65,7 +65,7 @@ TEST_F(CertmgrdSandboxTest, RestrictedWorkerFollowsItsStore) {
 }
 
 TEST_F(CertmgrdSandboxTest, NothingIsComplainedOfWhereAllIsOffered) {
-  startWithOneWorker();
+  startWithOneWorker({"--log-level=error"});
   if (!offers("seccomp") || !offers("Landlock")) GTEST_SKIP() << service_->errors();
   EXPECT_THAT(service_->errors(), Not(HasSubstr("going on without")));
 }
