@@ -25,3 +25,10 @@ void RequestRecords::refused(const Asker& asker, std::string_view error,
   const LogLevel level = isOurs ? LogLevel::error : LogLevel::warning;
   if (log_.takes(level)) log_.write(level, refusalLine(asker, error, took));
 }
+
+void RequestRecords::unrestricted(const std::vector<std::string>& missing) const {
+  if (missing.empty()) return;
+  std::string parts;
+  for (const std::string& part : missing) parts += (parts.empty() ? "" : ", ") + part;
+  log_.write(LogLevel::warning, "this system does not offer " + parts + "; going on without");
+}

@@ -2,7 +2,9 @@
 #define SERVICES_CERTMGR_REQUESTRECORDS_H
 
 #include <chrono>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "services/certmgr/Counters.h"
 #include "services/certmgr/DecisionLog.h"
@@ -19,7 +21,9 @@ class RequestRecords {
   // By the service's own fault where `isOurs`, else by what the client wrote.
   void refused(const Asker& asker, std::string_view error, std::chrono::microseconds took,
                bool isOurs);
-  void reloaded() { log_.write(LogLevel::info, LogLine("reloaded").text()); }
+  void reloaded() const { log_.write(LogLevel::info, "reloaded"); }
+  // That this system does not offer some of the restrictions which the service puts on itself.
+  void unrestricted(const std::vector<std::string>& missing) const;
 
   Counters& counters() { return counters_; }
 

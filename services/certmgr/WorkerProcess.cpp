@@ -50,7 +50,8 @@ class StartingFiles {
 
 pid_t spawn(const WorkerCommand& command, int socket) {
   std::vector<std::string> arguments = command.arguments;
-  arguments.push_back("--worker-fd=" + std::to_string(socket));
+  // In front, where no "--" can make it anything but an option.
+  arguments.insert(arguments.begin() + 1, "--worker-fd=" + std::to_string(socket));
   std::vector<char*> pointers;
   pointers.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) pointers.push_back(argument.data());

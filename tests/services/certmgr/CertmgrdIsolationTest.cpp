@@ -22,6 +22,14 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
+#if defined __SANITIZE_ADDRESS__ || defined __SANITIZE_THREAD__
+constexpr bool kSanitized = true;
+#elif defined __has_feature
+constexpr bool kSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+constexpr bool kSanitized = false;
+#endif
+
 constexpr const char* kValid = "\"validity\":\"VALID\"";
 
 struct Death {
@@ -95,6 +103,23 @@ TEST_F(CertmgrdIsolationTest, WorkerPastTheDeadlineIsReplaced) {
   EXPECT_THAT(workers(), Not(Contains(worker)));
 }
 
+TEST_F(CertmgrdIsolationTest, RequestThatNoWorkerAnsweredIsCountedAsAnError) {
+  const pid_t worker = startWithOneWorker({"--deadline=1"});
+  kill(worker, SIGSTOP);
+  ask(text_);
+  EXPECT_THAT(ask("msg::getcounters\nid::1\n"), HasSubstr(R"("errors":"1")"));
+}
+
+TEST_F(CertmgrdIsolationTest, CountersGoOnWhereAWorkerIsReplaced) {
+  const pid_t worker = startWithOneWorker();
+  const WatchedProcess watched(worker);
+  if (!watched.canBeWatched()) GTEST_SKIP() << "the kernel has no descriptors of processes";
+  kill(worker, SIGKILL);
+  watched.awaitEnd();
+  ask(text_);
+  EXPECT_THAT(ask("msg::getcounters\nid::1\n"), HasSubstr(R"("valid":"2")"));
+}
+
 // However many hang, nobody waits for more than one deadline.
 TEST_F(CertmgrdIsolationTest, RequestThatFoundNoWorkerInTimeIsAnError) {
   const pid_t worker = startWithOneWorker({"--deadline=1", "--workers=1"});
@@ -155,6 +180,7 @@ TEST_F(CertmgrdIsolationTest, PrivateServiceIsOneProcess) {
 
 // Leaves room for one more client and not for the socket to a worker.
 TEST_F(CertmgrdIsolationTest, ServiceOutOfDescriptorsSaysSoAndGoesOnLater) {
+  if (kSanitized) GTEST_SKIP() << "the sanitizer takes descriptors of its own and fails without";
   start();
   const std::filesystem::path open = "/proc/" + std::to_string(service_->pid()) + "/fd";
   int next = 0;
@@ -171,9 +197,7 @@ TEST_F(CertmgrdIsolationTest, ServiceOutOfDescriptorsSaysSoAndGoesOnLater) {
 }
 
 TEST_F(CertmgrdIsolationTest, WorkerWithoutMemoryStillAnswers) {
-#ifdef __SANITIZE_ADDRESS__
-  GTEST_SKIP() << "the sanitizer takes its memory in advance";
-#endif
+  if (kSanitized) GTEST_SKIP() << "the sanitizer takes its memory in advance";
   const pid_t worker = startWithOneWorker();
   const rlimit none = {1, RLIM_INFINITY};
   ASSERT_EQ(0, prlimit(worker, RLIMIT_AS, &none, nullptr));

@@ -56,7 +56,7 @@ class PeerFilesTest : public testing::Test {
   }
 
   std::string write(const std::string& name, mode_t mode = 0644) const {
-    const std::string path = files_.write(name, kContent);
+    std::string path = files_.write(name, kContent);
     EXPECT_EQ(0, chmod(path.c_str(), mode));
     if (geteuid() == 0) {
       EXPECT_EQ(0, chown(path.c_str(), kUserOfTheService, kUserOfTheService));

@@ -66,6 +66,21 @@ TEST_F(RequestRecordsTest, FailureOfTheServiceIsAnError) {
   EXPECT_EQ("<3>refused err=why pid=-1 uid=-1 us=1\n", log());
 }
 
+TEST_F(RequestRecordsTest, ReloadingIsInformation) {
+  records(LogLevel::info).reloaded();
+  EXPECT_EQ("<6>reloaded\n", log());
+}
+
+TEST_F(RequestRecordsTest, MissingRestrictionsAreOneWarning) {
+  records(LogLevel::warning).unrestricted({"Landlock", "seccomp"});
+  EXPECT_EQ("<4>this system does not offer Landlock, seccomp; going on without\n", log());
+}
+
+TEST_F(RequestRecordsTest, NoMissingRestrictionIsNoLine) {
+  records(LogLevel::debug).unrestricted({});
+  EXPECT_EQ("", log());
+}
+
 TEST_F(RequestRecordsTest, DecisionThatIsNotLoggedIsCountedAllTheSame) {
   evaluation_.gaveUp = true;
   evaluation_.findings = {{Reason::gaveUp, 0, ""}};
