@@ -18,6 +18,7 @@ class Assembly {
     mutate();
     opposeConstraints();
     spoilBothPaths();
+    demandPolicy();
     build(root);
     addOthers(root);
     return std::move(made_);
@@ -125,6 +126,13 @@ class Assembly {
     note("authorities:opposed-constraints");
     members_[0].maker.nameConstraints("critical,excluded;DNS:other");
     members_[1].maker.nameConstraints("critical,permitted;DNS:other");
+  }
+
+  // An explicit policy is demanded, and is there.
+  void demandPolicy() {
+    if (members_.size() < 2 || !random_.percent(3)) return;
+    for (std::size_t place = 0; place < members_.size(); ++place) apply(place, "policy");
+    apply(0, "requires-policy");
   }
 
   // One path is bad for what only we look at, and so is the other for something else.
