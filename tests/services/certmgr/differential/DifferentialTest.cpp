@@ -26,7 +26,7 @@ constexpr std::uint64_t kDefaultCount = 2000;
 constexpr bool kSeesAll = true;
 #endif
 
-DifferentialOptions options{4, 0, kDefaultCount};
+DifferentialOptions options{3, 0, kDefaultCount};
 
 // The classes that no chain of the report is in.
 std::set<std::string> classesNotSeen(const DifferentialReport& report) {
