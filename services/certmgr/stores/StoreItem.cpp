@@ -176,7 +176,7 @@ std::string StoreItem::nameHash() const {
   return text;
 }
 
-const std::string& StoreItem::fingerprint() const {
+std::string StoreItem::fingerprint() const {
   return isList() ? list->fingerprint : certificate->fingerprint;
 }
 

@@ -22,7 +22,8 @@ struct StoreItem {
   std::string owner() const;
   // Of that name, as the files of a hashed directory are called: "1a2b3c4d".
   std::string nameHash() const;
-  const std::string& fingerprint() const;
+  // SHA-256, 32 bytes.
+  std::string fingerprint() const;
 };
 
 // All that a PEM text holds, in its order, certificates first.

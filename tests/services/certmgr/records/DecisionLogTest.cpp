@@ -15,7 +15,6 @@ using std::chrono::microseconds;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::Not;
 
 class DecisionLogTest : public testing::Test {
  protected:

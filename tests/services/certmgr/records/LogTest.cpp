@@ -15,7 +15,6 @@
 namespace {
 
 using testing::EndsWith;
-using testing::HasSubstr;
 
 // What the log writes, message by message.
 class LogTest : public testing::Test {
