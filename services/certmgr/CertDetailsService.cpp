@@ -6,8 +6,8 @@
 
 #include "platform/objects/ControlServer.h"
 #include "services/certmgr/CertDetailsAnswer.h"
-#include "services/certmgr/CountersAnswer.h"
-#include "services/certmgr/PeerFiles.h"
+#include "services/certmgr/records/CountersAnswer.h"
+#include "services/certmgr/workers/PeerFiles.h"
 #include "services/common/TextReader.h"
 #include "services/common/TimeText.h"
 

@@ -13,8 +13,8 @@
 #include "services/certmgr/CertDetailsRequest.h"
 #include "services/certmgr/ChainFiles.h"
 #include "services/certmgr/Evaluator.h"
-#include "services/certmgr/RequestRecords.h"
-#include "services/certmgr/TrustStores.h"
+#include "services/certmgr/records/RequestRecords.h"
+#include "services/certmgr/stores/TrustStores.h"
 
 // Answers requests: parse, read the files, evaluate, name the chain, encode, note. Safe
 // from several threads.

@@ -13,9 +13,9 @@
 #include "platform/objects/ControlSocket.h"
 #include "services/certmgr/CertDetailsService.h"
 #include "services/certmgr/ChainFiles.h"
-#include "services/certmgr/Sandbox.h"
-#include "services/certmgr/WorkerLoop.h"
-#include "services/certmgr/WorkerPool.h"
+#include "services/certmgr/workers/Sandbox.h"
+#include "services/certmgr/workers/WorkerLoop.h"
+#include "services/certmgr/workers/WorkerPool.h"
 #include "services/common/ServiceMain.h"
 
 namespace {

@@ -29,7 +29,7 @@ class DistinguishedName {
   // does not decode, as its bytes; in the order of the name.
   std::vector<std::string> values(std::string_view oid) const;
 
-  // For people: "CN=Root, O=Maker", made printable by escapeText().
+  // For people: "CN=Root, O=Maker", made printable by escapeText(); "(empty name)".
   std::string text() const;
 
  private:

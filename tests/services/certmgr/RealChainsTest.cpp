@@ -13,7 +13,7 @@
 #include <openssl/pem.h>
 
 #include "services/certmgr/Evaluator.h"
-#include "services/certmgr/TrustStores.h"
+#include "services/certmgr/stores/TrustStores.h"
 #include "services/common/CertificateFiles.h"
 #include "services/common/OpenSslOwners.h"
 #include "services/common/TimeText.h"
