@@ -36,10 +36,13 @@ struct Issuer {
 };
 
 // Text that clients could take for the name of a host. Bytes that no host name has do not
-// save a name from that: whoever cuts it off at a NUL would be left with one.
+// save a name from that: whoever cuts it off at a NUL would be left with one. Nor do spaces save
+// one with a wildcard, whose labels clients trim.
 bool looksLikeHost(std::string_view text) {
-  return !text.empty() && std::none_of(text.begin(), text.end(), [](char c) {
-    return " !\"#$%&'()+,/:;<=>?@[\\]^`{|}~"sv.find(c) != std::string_view::npos;
+  const bool isWildcard = text.find('*') != std::string_view::npos;
+  return !text.empty() && std::none_of(text.begin(), text.end(), [&](char c) {
+    return (c == ' ' && !isWildcard) ||
+           "!\"#$%&'()+,/:;<=>?@[\\]^`{|}~"sv.find(c) != std::string_view::npos;
   });
 }
 

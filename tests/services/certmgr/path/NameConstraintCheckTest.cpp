@@ -328,6 +328,14 @@ TEST_F(NameConstraintCheck, CommonNameWithANulIsAMalformedHost) {
       check());
 }
 
+TEST_F(NameConstraintCheck, SpacesDoNotSaveACommonNameWithAWildcard) {
+  // A client that trims the labels matches it with every host of b.example.
+  leaf->subject = DistinguishedName(nameDer({{kCommonName, "*. b .example"}}));
+  issuer->permit(Kind::dns, "a.example");
+  EXPECT_EQ("0 name_not_permitted: DNS:*. b .example is malformed, and so outside of DNS:a.example\n",
+            check());
+}
+
 TEST_F(NameConstraintCheck, CommonNameOfAnIssuerIsNoHost) {
   anchor->permit(Kind::dns, "a.example");
   issuer->subject = DistinguishedName(nameDer({{kCommonName, "b.example"}}));
