@@ -155,6 +155,17 @@ TEST_F(EvaluatorTest, LeafForAnotherPurpose) {
   EXPECT_EQ("KU_INVALID", findings(leafBy(inter).extendedKeyUsage("clientAuth").make(), {inter}));
 }
 
+TEST_F(EvaluatorTest, KeyUsageWithBitsBeyondItsEndIsUnreadable) {
+  // Seven unused bits, all of them set.
+  const auto leaf = leafBy(inter).keyUsage("").extension("2.5.29.15", "DER:030207ff").make();
+  EXPECT_EQ("NO_TRUSTED", findings(leaf, {inter}));
+}
+
+TEST_F(EvaluatorTest, KeyUsageWithoutTheEncodingOfItsLastBitIsGood) {
+  const auto leaf = leafBy(inter).keyUsage("").extension("2.5.29.15", "DER:03020080").make();
+  EXPECT_EQ("", findings(leaf, {inter}));
+}
+
 TEST_F(EvaluatorTest, EvidenceOfAnotherPurposeListsThePurposes) {
   const TestCertificate leaf = leafBy(inter).extendedKeyUsage("clientAuth,codeSigning").make();
   const std::vector<Finding> found = evaluate(leaf, {inter}).findings;
