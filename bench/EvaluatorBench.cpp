@@ -18,7 +18,7 @@
 #include <openssl/x509_vfy.h>
 
 #include "services/certmgr/Evaluator.h"
-#include "services/certmgr/TrustStores.h"
+#include "services/certmgr/stores/TrustStores.h"
 #include "tests/support/CertificateMaker.h"
 #include "tests/support/TemporaryDirectory.h"
 

@@ -6,8 +6,8 @@
 
 #include "platform/objects/ControlServer.h"
 #include "services/certmgr/CertDetailsAnswer.h"
-#include "services/certmgr/CountersAnswer.h"
-#include "services/certmgr/PeerFiles.h"
+#include "services/certmgr/records/CountersAnswer.h"
+#include "services/certmgr/workers/PeerFiles.h"
 #include "services/common/TextReader.h"
 #include "services/common/TimeText.h"
 
@@ -45,13 +45,13 @@ std::chrono::microseconds since(std::chrono::steady_clock::time_point start) {
 }  // namespace
 
 CertDetailsService::CertDetailsService(TrustSources sources, const std::string& chainDirectory,
-                                       std::optional<std::int64_t> when, RequestRecords records,
+                                       std::optional<std::int64_t> when, RequestRecords& records,
                                        EvaluatorOptions options)
     : stores_(std::move(sources)),
       evaluator_(std::move(options)),
       chainFiles_(chainDirectory),
       when_(when),
-      records_(std::move(records)) {}
+      records_(records) {}
 
 std::shared_ptr<const TrustStore> CertDetailsService::storeFor(const CertDetailsRequest& request) {
   auto store = stores_.get(request.application, request.className);
@@ -123,5 +123,4 @@ std::string CertDetailsService::answerDetails(const CertDetailsRequest& request,
 void CertDetailsService::reload() {
   stores_.forget();
   evaluator_.forget();
-  records_.reloaded();
 }

@@ -13,17 +13,18 @@
 #include "services/certmgr/CertDetailsRequest.h"
 #include "services/certmgr/ChainFiles.h"
 #include "services/certmgr/Evaluator.h"
-#include "services/certmgr/RequestRecords.h"
-#include "services/certmgr/TrustStores.h"
+#include "services/certmgr/records/RequestRecords.h"
+#include "services/certmgr/stores/TrustStores.h"
 
 // Answers requests: parse, read the files, evaluate, name the chain, encode, note. Safe
 // from several threads.
 class CertDetailsService {
  public:
   // Verdicts are about `when` (seconds since 1970), or the time of the request.
-  // `chainDirectory` is for ChainFiles.
+  // `chainDirectory` is for ChainFiles. What becomes of requests is noted in `records`, which
+  // must live as long.
   CertDetailsService(TrustSources sources, const std::string& chainDirectory,
-                     std::optional<std::int64_t> when, RequestRecords records,
+                     std::optional<std::int64_t> when, RequestRecords& records,
                      EvaluatorOptions options = {});
 
   // The answer to one request, whose files are read with the rights of who sent it.
@@ -47,7 +48,7 @@ class CertDetailsService {
   Evaluator evaluator_;
   ChainFiles chainFiles_;
   std::optional<std::int64_t> when_;
-  RequestRecords records_;
+  RequestRecords& records_;
   std::atomic<std::uint64_t> countedLoads_{0};
 };
 

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <stdexcept>
 
-#include "services/certmgr/PemFile.h"
 #include "services/certmgr/path/DerReader.h"
+#include "services/certmgr/stores/PemFile.h"
 #include "services/common/CertificateFiles.h"
 
 namespace {

@@ -11,8 +11,8 @@
 #include "services/certmgr/CertDetailsRequest.h"
 #include "services/certmgr/Evaluator.h"
 #include "services/certmgr/Explanation.h"
-#include "services/certmgr/StoreCheck.h"
-#include "services/certmgr/TrustStores.h"
+#include "services/certmgr/stores/StoreCheck.h"
+#include "services/certmgr/stores/TrustStores.h"
 #include "services/common/ServiceMain.h"
 
 namespace {

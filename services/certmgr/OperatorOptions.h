@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "services/certmgr/RequestRecords.h"
-#include "services/certmgr/StoreFiles.h"
+#include "services/certmgr/records/RequestRecords.h"
+#include "services/certmgr/stores/StoreFiles.h"
 
 namespace CLI {
 class App;

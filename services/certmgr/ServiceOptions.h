@@ -9,7 +9,7 @@
 #include "platform/objects/ControlServer.h"
 #include "services/certmgr/Evaluator.h"
 #include "services/certmgr/OperatorOptions.h"
-#include "services/certmgr/StoreFiles.h"
+#include "services/certmgr/stores/StoreFiles.h"
 
 namespace CLI {
 class App;

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -14,9 +13,9 @@
 #include "platform/objects/ControlSocket.h"
 #include "services/certmgr/CertDetailsService.h"
 #include "services/certmgr/ChainFiles.h"
-#include "services/certmgr/Sandbox.h"
-#include "services/certmgr/WorkerLoop.h"
-#include "services/certmgr/WorkerPool.h"
+#include "services/certmgr/workers/Sandbox.h"
+#include "services/certmgr/workers/WorkerLoop.h"
+#include "services/certmgr/workers/WorkerPool.h"
 #include "services/common/ServiceMain.h"
 
 namespace {
@@ -50,21 +49,16 @@ std::string chainDirectoryIn(const std::string& runtimeDirectory) {
 }
 
 std::unique_ptr<CertDetailsService> makeService(const ServiceOptions& options,
-                                                const std::string& chainDirectory) {
+                                                const std::string& chainDirectory,
+                                                RequestRecords& records) {
   return std::make_unique<CertDetailsService>(options.trustSources(), chainDirectory, options.when,
-                                              makeRecords(options.operation, options.ephemeral),
-                                              options.evaluation);
+                                              records, options.evaluation);
 }
 
 // Before the service is made, so that the threads that it may have are restricted too.
-void restrict(const ServiceOptions& options, const SandboxNeeds& needs) {
-  if (options.noSandbox) return;
-  std::string missing;
-  for (const std::string& part : enterSandbox(needs)) missing += " " + part + ",";
-  if (missing.empty()) return;
-  missing.pop_back();
-  (void)fprintf(stderr, "trust-certmgrd: this system does not offer%s; going on without\n",
-                missing.c_str());
+void restrict(const ServiceOptions& options, const SandboxNeeds& needs,
+              const RequestRecords& records) {
+  if (!options.noSandbox) records.unrestricted(enterSandbox(needs));
 }
 
 // When memory runs out, a worker can be spared and the service cannot.
@@ -74,26 +68,31 @@ void offerToOutOfMemory() {
 }
 
 void work(const ServiceOptions& options, pid_t service) {
+  RequestRecords records = makeRecords(options.operation, false);
   followParent(service, SIGKILL);
   offerToOutOfMemory();
   const std::string chains = chainDirectoryIn(options.server.runtimeDirectory);
-  restrict(options, {chains});
-  const auto evaluation = makeService(options, chains);
+  restrict(options, {chains}, records);
+  const auto evaluation = makeService(options, chains, records);
   answerMessages(
       options.workerFd, [&](const ControlRequest& request) { return evaluation->answer(request); },
       [&] { evaluation->reload(); });
 }
 
 void serveInProcess(const ServiceOptions& options) {
+  RequestRecords records = makeRecords(options.operation, options.ephemeral);
   // Made once the server holds its place, so that a second service touches no file.
   std::unique_ptr<CertDetailsService> evaluation;
   ControlServerOptions settings = options.server;
-  settings.hangup = [&] { evaluation->reload(); };
+  settings.hangup = [&] {
+    evaluation->reload();
+    records.reloaded();
+  };
   ControlServer server(settings,
                        [&](const ControlRequest& request) { return evaluation->answer(request); });
   const ChainDirectory chains(chainDirectoryIn(server.runtimeDirectory()));
-  restrict(options, {chains.path(), true});
-  evaluation = makeService(options, chains.path());
+  restrict(options, {chains.path(), true}, records);
+  evaluation = makeService(options, chains.path(), records);
   server.run();
 }
 
@@ -115,10 +114,13 @@ void serveByWorkers(const ServiceOptions& options, const std::vector<std::string
   RequestRecords records = makeRecords(options.operation, false);
   const int counters = records.counters().fd();
   std::vector<std::string> command = arguments;
-  command.push_back("--counters-fd=" + std::to_string(counters));
+  command.insert(command.begin() + 1, "--counters-fd=" + std::to_string(counters));
   WorkerPool workers({command, {counters}}, options.deadline);
   ControlServerOptions settings = options.server;
-  settings.hangup = [&] { workers.reload(); };
+  settings.hangup = [&] {
+    workers.reload();
+    records.reloaded();
+  };
   ControlServer server(settings, [&](const ControlRequest& request) {
     return answerByWorker(workers, request, records);
   });

@@ -67,15 +67,10 @@ void readBasicConstraints(std::string_view value, bool critical, ParsedCertifica
 }
 
 void readKeyUsage(std::string_view value, bool, ParsedCertificate& certificate) {
-  const std::string_view bits = derContent(value, DerReader::kBitString);
-  const unsigned unused = bits.empty() ? 8 : static_cast<unsigned char>(bits.front());
-  if (unused > 7 || (bits.size() == 1 && unused > 0)) throw DerError("a BIT STRING has odd bits");
-  // Bits beyond the end are zero in DER. To some they would be rights, and to others nothing.
-  const auto last = static_cast<unsigned char>(bits.back());
-  if ((last & ((1U << unused) - 1)) != 0) throw DerError("a BIT STRING has odd bits");
+  const std::string_view bits = derBits(derContent(value, DerReader::kBitString));
   unsigned usage = 0;
-  for (std::size_t i = 0; i < 8 * std::min<std::size_t>(bits.size() - 1, 2); ++i) {
-    const auto byte = static_cast<unsigned char>(bits[1 + i / 8]);
+  for (std::size_t i = 0; i < 8 * std::min<std::size_t>(bits.size(), 2); ++i) {
+    const auto byte = static_cast<unsigned char>(bits[i / 8]);
     if ((byte >> (7 - i % 8) & 1U) != 0) usage |= 1U << i;
   }
   certificate.keyUsage = usage;

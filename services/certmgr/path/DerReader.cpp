@@ -25,6 +25,17 @@ std::size_t takeLength(std::string_view bytes, std::size_t& at) {
   return length;
 }
 
+// Whether every arc of an OBJECT IDENTIFIER has an end and no superfluous bytes before it.
+bool isOid(std::string_view content) {
+  bool starts = true;
+  for (const char c : content) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (starts && byte == 0x80) return false;
+    starts = byte < 0x80;
+  }
+  return starts && !content.empty();
+}
+
 }  // namespace
 
 DerReader::Element DerReader::take() {
@@ -36,6 +47,9 @@ DerReader::Element DerReader::take() {
   const std::size_t length = takeLength(left_, at);
   if (length > left_.size() - at) throw DerError("an element ends too early");
   element.content = left_.substr(at, length);
+  if (element.tag == kOid && !isOid(element.content)) {
+    throw DerError("an OBJECT IDENTIFIER is not in DER form");
+  }
   element.whole = left_.substr(0, at + length);
   left_.remove_prefix(at + length);
   return element;
@@ -62,6 +76,17 @@ bool derBoolean(std::string_view content) {
   const auto byte = static_cast<unsigned char>(content.front());
   if (byte != 0 && byte != 0xff) throw DerError("a BOOLEAN is not in DER form");
   return byte != 0;
+}
+
+std::string_view derBits(std::string_view content) {
+  if (content.empty()) throw DerError("a BIT STRING is empty");
+  const auto unused = static_cast<unsigned char>(content.front());
+  content.remove_prefix(1);
+  if (unused == 0) return content;
+  if (unused > 7 || content.empty()) throw DerError("a BIT STRING has odd bits");
+  const unsigned odd = static_cast<unsigned char>(content.back()) & ((1U << unused) - 1);
+  if (odd != 0) throw DerError("a BIT STRING has odd bits");
+  return content;
 }
 
 std::string_view derWholeBytes(std::string_view content) {

@@ -12,7 +12,8 @@ class DerError : public std::runtime_error {
 };
 
 // Reads DER element by element. Strict: definite lengths in their shortest form only, tags of
-// one byte. Keeps no copy: what it returns points into the bytes it was given.
+// one byte, object identifiers that are some. Keeps no copy: what it returns points into the
+// bytes it was given.
 class DerReader {
  public:
   // The tags of X.509; whole identifier bytes.
@@ -61,6 +62,9 @@ std::string_view derContent(std::string_view bytes, unsigned char tag);
 
 // A BOOLEAN's content as DER writes it. Throws DerError.
 bool derBoolean(std::string_view content);
+
+// The bits of a BIT STRING's content, those left over in its last byte being 0. Throws DerError.
+std::string_view derBits(std::string_view content);
 
 // A BIT STRING's content as whole bytes. Throws DerError when its length is no multiple of eight.
 std::string_view derWholeBytes(std::string_view content);

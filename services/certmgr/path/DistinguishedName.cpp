@@ -58,11 +58,12 @@ std::optional<std::string> fromWide(std::string_view bytes, std::size_t width) {
 std::optional<std::string> utf8Of(const DerReader::Element& value) {
   switch (value.tag) {
     case kUtf8String:
+      return std::string(value.content);
     case kPrintableString:
     case kIa5String:
     case kVisibleString:
-      return std::string(value.content);
     case kTeletexString:
+      // Bytes that are not ASCII should not be there, and are always taken for Latin-1.
       return fromWide(value.content, 1);
     case kBmpString:
       return fromWide(value.content, 2);
@@ -188,6 +189,7 @@ std::vector<std::string> DistinguishedName::values(std::string_view oid) const {
 }
 
 std::string DistinguishedName::text() const {
+  if (isEmpty()) return "(empty name)";
   constexpr std::size_t kMostBytes = 1024;
   std::string text;
   bool isCut = false;

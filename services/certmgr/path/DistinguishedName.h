@@ -31,8 +31,8 @@ class DistinguishedName {
   // does not decode, as its bytes; in the order of the name.
   std::vector<std::string> values(std::string_view oid) const;
 
-  // For people: "CN=Root, O=Maker", made printable by escapeText(). "..." stands for what follows
-  // the first thousand bytes or so.
+  // For people: "CN=Root, O=Maker", made printable by escapeText(); "(empty name)". "..." stands
+  // for what follows the first thousand bytes or so.
   std::string text() const;
 
  private:

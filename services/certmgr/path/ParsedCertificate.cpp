@@ -32,7 +32,8 @@ void takeValidity(DerReader& fields, ParsedCertificate& certificate) {
 // Unique identifiers, which nobody uses, and the extensions.
 void takeOptionalFields(DerReader& fields, ParsedCertificate& certificate) {
   for (const unsigned number : {1U, 2U}) {
-    if (fields.nextIs(DerReader::context(number))) fields.take();
+    const unsigned char tag = DerReader::context(number);
+    if (fields.nextIs(tag)) (void)derBits(fields.content(tag));  // throws if it is none
   }
   const unsigned char extensions = DerReader::context(3, true);
   if (fields.nextIs(extensions)) {
@@ -49,6 +50,7 @@ void readFields(std::string_view content, ParsedCertificate& certificate) {
   certificate.version = takeVersion(fields);
   if (certificate.version > kVersion3) certificate.unreadable.emplace_back("an unknown version");
   certificate.serial = fields.content(DerReader::kInteger);
+  if (certificate.serial.empty()) throw DerError("an INTEGER is empty");
   certificate.signedBytes.innerAlgorithm = fields.take(DerReader::kSequence).whole;
   certificate.issuer = DistinguishedName(fields.take(DerReader::kSequence).whole);
   takeValidity(fields, certificate);

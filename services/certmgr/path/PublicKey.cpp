@@ -161,6 +161,7 @@ PublicKey::PublicKey(std::string_view info) : identity_(sha256Of(info)) {
     parts.expectEnd();
     const std::string_view type = algorithm.content(DerReader::kOid);
     if (type == kRsa) {
+      if (!algorithm.atEnd() && !algorithm.content(DerReader::kNull).empty()) return;
       readRsa(bits);
     } else if (type == kEllipticCurve) {
       readCurve(algorithm.content(DerReader::kOid), bits);
@@ -170,6 +171,7 @@ PublicKey::PublicKey(std::string_view info) : identity_(sha256Of(info)) {
       bits_ = type == kEd25519 ? 256 : 456;
       material_ = bits;
     }
+    algorithm.expectEnd();
   } catch (const DerError&) {
     kind_ = Kind::other;
   }

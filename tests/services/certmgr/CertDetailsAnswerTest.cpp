@@ -33,7 +33,9 @@ CertDetailsAnswer answerWith(std::vector<std::string> names) {
 std::vector<std::string> numbered(std::size_t count, const std::string& start,
                                   const std::string& end) {
   std::vector<std::string> names;
-  for (std::size_t i = 0; i < count; ++i) names.push_back(start + std::to_string(10000 + i) + end);
+  for (std::size_t i = 0; i < count; ++i) {
+    names.push_back(std::string(start).append(std::to_string(10000 + i)).append(end));
+  }
   return names;
 }
 

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <filesystem>
@@ -229,6 +230,34 @@ TEST_F(CertmgrdTest, FileOfMoreThan64KiBIsRefused) {
   start();
   EXPECT_THAT(ask(request({files_.write("big.der", std::string(65537, '0'))})),
               HasSubstr("longer than 65536 bytes"));
+}
+
+TEST_F(CertmgrdTest, SameChainGetsTheSameBytesInAnyOrderAndWhateverIsRemembered) {
+  const TestCertificate stranger = CertificateMaker("Stranger").asCa().make();
+  const TestCertificate inter = CertificateMaker("Inter").asCa().issuedBy(root).make();
+  const auto twin = [&](const char* notAfter, const TestCertificate& issuer) {
+    CertificateMaker maker("Inter");
+    return maker.asCa().key(inter.key()).notAfter(notAfter).issuedBy(issuer).make();
+  };
+  const TestCertificate leaf =
+      CertificateMaker("leaf.example").extendedKeyUsage("clientAuth").issuedBy(inter).make();
+  const std::string leafPath = write("leaf.der", leaf);
+  std::vector<std::string> others = {
+      write("1.der", twin("20991231235959Z", stranger)), write("2.der", stranger),
+      write("3.der", twin("20251231235959Z", root)), write("4.der", inter), write("5.der", root)};
+  addToHashedDirectory(store_, root);
+  start({"--no-system-anchors", "--workers=2"});
+  std::string expected;
+  do {
+    std::vector<std::string> paths = others;
+    paths.insert(paths.begin(), leafPath);
+    const std::string answer = ask(request(paths));
+    if (expected.empty()) expected = answer;
+    EXPECT_EQ(expected, answer);
+    kill(service_->pid(), SIGHUP);  // forgets all
+    EXPECT_EQ(expected, ask(request(paths)));
+  } while (std::next_permutation(others.begin(), others.begin() + 4));
+  EXPECT_THAT(expected, HasSubstr("\"warnings\":[\"KU_INVALID\"]"));
 }
 
 TEST_F(CertmgrdTest, BytesAfterACertificateAreRefused) {

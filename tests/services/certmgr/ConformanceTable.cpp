@@ -26,7 +26,7 @@ std::vector<std::vector<std::string>> readTable(const std::string& path, std::si
   for (std::string line; std::getline(in, line);) {
     if (line.empty() || line.front() == '#') continue;
     rows.push_back(partsOf(line, '|'));
-    if (rows.back().size() != columns) throw std::runtime_error(path + " has no row: " + line);
+    if (rows.back().size() != columns) throw std::runtime_error("no row: " + line);
   }
   return rows;
 }

@@ -92,11 +92,12 @@ Names manyNames() {
   const Names last = {"a", "1", ""};
   Names names;
   for (const std::string& first : labels) {
-    names.push_back("DNS:" + first);
+    names.push_back(std::string("DNS:").append(first));
     for (const std::string& second : labels) {
-      names.push_back("DNS:" + first + "." + second);
+      const std::string two = std::string("DNS:").append(first).append(".").append(second);
+      names.push_back(two);
       for (const std::string& third : last) {
-        names.push_back("DNS:" + first + "." + second + "." + third);
+        names.push_back(std::string(two).append(".").append(third));
       }
     }
   }
@@ -125,7 +126,7 @@ TEST(NameReduction, WhatTheLibraryMatchesNeverChanges) {
       // A dropped name without a star matches itself and nothing else.
       for (const std::string& domain : {one.substr(4), other.substr(4), std::string("ac.ab")}) {
         if (libraryMatches(domain, {one, other}) != libraryMatches(domain, kept)) {
-          wrong.push_back(one + " and " + other);
+          wrong.push_back(std::string(one).append(" and ").append(other));
         }
       }
     }

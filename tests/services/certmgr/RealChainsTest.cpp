@@ -13,7 +13,7 @@
 #include <openssl/pem.h>
 
 #include "services/certmgr/Evaluator.h"
-#include "services/certmgr/TrustStores.h"
+#include "services/certmgr/stores/TrustStores.h"
 #include "services/common/CertificateFiles.h"
 #include "services/common/OpenSslOwners.h"
 #include "services/common/TimeText.h"
@@ -50,7 +50,9 @@ std::vector<RealChain> readIndex(const std::string& directory) {
   return chains;
 }
 
-TEST(RealChains, AreValidAtTheirTime) {
+// The warnings of the chains with the anchors that `sourcesFor` a chain's files names.
+template <class SourcesFor>
+void expectAllValid(SourcesFor sourcesFor) {
   const char* directory = getenv("TRUSTLIB_REAL_CHAINS");
   if (directory == nullptr) GTEST_SKIP() << "TRUSTLIB_REAL_CHAINS names no directory of chains";
   const std::vector<RealChain> chains = readIndex(directory);
@@ -58,10 +60,7 @@ TEST(RealChains, AreValidAtTheirTime) {
   for (const RealChain& chain : chains) {
     SCOPED_TRACE(chain.host);
     const std::string base = std::string(directory) + "/" + chain.host;
-    TrustSources sources;
-    sources.root = "/nonexistent";
-    sources.files = {base + ".root.pem"};
-    TrustStores stores(sources);
+    TrustStores stores(sourcesFor(base));
     std::vector<std::string> sent;
     for (const X509Ptr& certificate : readPem(base + ".pem")) {
       sent.push_back(derOf(certificate.get()));
@@ -71,6 +70,24 @@ TEST(RealChains, AreValidAtTheirTime) {
         Evaluator().evaluate(sent, stores.get("a", "b"), *parseTime(chain.time));
     EXPECT_EQ(0U, verdict.evaluation->warnings());
   }
+}
+
+TEST(RealChains, AreValidAtTheirTimeWithTheirRoots) {
+  expectAllValid([](const std::string& base) {
+    TrustSources sources;
+    sources.root = "/nonexistent";
+    sources.files = {base + ".root.pem"};
+    return sources;
+  });
+}
+
+TEST(RealChains, AreValidAtTheirTimeWithTheAnchorsOfTheSystem) {
+  expectAllValid([](const std::string&) {
+    TrustSources sources;
+    sources.root = "/nonexistent";
+    sources.hashedDirectories = {"/etc/ssl/certs"};
+    return sources;
+  });
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "tests/services/certmgr/differential/ChainMaker.h"
 
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "tests/services/certmgr/differential/Member.h"
@@ -16,6 +17,7 @@ class Assembly {
     planMembers(root);
     mutate();
     opposeConstraints();
+    spoilBothPaths();
     build(root);
     addOthers(root);
     return std::move(made_);
@@ -102,8 +104,18 @@ class Assembly {
       std::size_t place = random_.below(members_.size());
       if (mutation.target == Mutation::Target::leaf) place = authorities;
       if (mutation.target == Mutation::Target::authority) place = random_.below(authorities);
-      mutation.apply(members_[place], world_, random_);
-      note(std::string(place == authorities ? "leaf:" : "authority:") + mutation.name);
+      apply(place, mutation);
+    }
+  }
+
+  void apply(std::size_t place, const Mutation& mutation) {
+    mutation.apply(members_[place], world_, random_);
+    const bool isLeaf = place + 1 == members_.size();
+    note(std::string(isLeaf ? "leaf:" : "authority:") + mutation.name);
+  }
+  void apply(std::size_t place, std::string_view name) {
+    for (const Mutation& mutation : mutations()) {
+      if (mutation.name == name) apply(place, mutation);
     }
   }
 
@@ -113,6 +125,12 @@ class Assembly {
     note("authorities:opposed-constraints");
     members_[0].maker.nameConstraints("critical,excluded;DNS:other");
     members_[1].maker.nameConstraints("critical,permitted;DNS:other");
+  }
+
+  // One path is bad for what only we look at, and so is the other for something else.
+  void spoilBothPaths() {
+    twoBadPaths_ = members_.size() > 2 && random_.percent(3);
+    if (twoBadPaths_) apply(0, "permits-other-directory");
   }
 
   // The certificate that issues others, and the bytes that are sent.
@@ -147,44 +165,54 @@ class Assembly {
     }
   }
 
+  enum class Alternative {
+    expired,
+    renewed,
+    crossSigned,
+    byStranger,
+    ofOtherKey,
+    forClients,
+    byOneBelow,
+  };
+  static constexpr std::size_t kAlternatives = 7;
+
   // Another certificate for an issuer of the chain, as it was before anything was done to it.
-  void addAlternative() {
-    const std::size_t place = random_.below(members_.size() - 1);
+  void addAlternative(std::size_t place, Alternative alternative) {
     Member member = sound_[place];
     // What is below it may be signed by the key that the issuer has now.
     member.key = members_[place].key;
     member.maker.key(member.key).serial(serial());
     TestCertificate issuer = issuers_[place];
     std::string kind;
-    switch (random_.below(7)) {
-      case 0:
+    switch (alternative) {
+      case Alternative::expired:
         kind = "expired";
         member.maker.notAfter("20211231235959Z");
         break;
-      case 1:
+      case Alternative::renewed:
         kind = "renewed";
         member.maker.notAfter("20491231235959Z");
         break;
-      case 2:
+      case Alternative::crossSigned:
         kind = "cross-signed";
         issuer = world_.anchors[1].certificate;
         member.maker.authorityKeyId(identifierOf(issuer.key()));
         break;
-      case 3:
+      case Alternative::byStranger:
         kind = "by-stranger";
         issuer = world_.strangers.front();
         member.maker.authorityKeyId(identifierOf(issuer.key()));
         break;
-      case 4:
+      case Alternative::ofOtherKey:
         kind = "of-other-key";
         member.key = world_.keys.edwards[8 + random_.below(4)];
         member.maker.key(member.key).subjectKeyId(identifierOf(member.key));
         break;
-      case 5:
+      case Alternative::forClients:
         kind = "for-clients";
         member.maker.extendedKeyUsage("clientAuth");
         break;
-      default:
+      case Alternative::byOneBelow:
         kind = "by-one-below";
         issuer = issuers_.back();
         member.maker.authorityKeyId(identifierOf(issuer.key()));
@@ -195,9 +223,11 @@ class Assembly {
   }
 
   void addOthers(const TestCertificate& root) {
+    if (twoBadPaths_) addAlternative(0, Alternative::forClients);
     if (members_.size() > 1) {
       for (unsigned left = random_.percent(30) ? 1 + random_.below(2) : 0; left > 0; --left) {
-        addAlternative();
+        addAlternative(random_.below(members_.size() - 1),
+                       static_cast<Alternative>(random_.below(kAlternatives)));
       }
     }
     if (random_.percent(15)) {
@@ -230,6 +260,7 @@ class Assembly {
   std::vector<Member> members_;           // from the top
   std::vector<Member> sound_;             // before anything was done to them
   std::vector<TestCertificate> issuers_;  // of each
+  bool twoBadPaths_ = false;
   MadeChain made_;
 };
 

@@ -22,11 +22,11 @@ namespace {
 constexpr std::uint64_t kDefaultCount = 1000;
 constexpr bool kSeesAll = false;
 #else
-constexpr std::uint64_t kDefaultCount = 3000;
+constexpr std::uint64_t kDefaultCount = 2000;
 constexpr bool kSeesAll = true;
 #endif
 
-DifferentialOptions options{2, 0, kDefaultCount};
+DifferentialOptions options{4, 0, kDefaultCount};
 
 // The classes that no chain of the report is in.
 std::set<std::string> classesNotSeen(const DifferentialReport& report) {

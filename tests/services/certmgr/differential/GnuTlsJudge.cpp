@@ -80,7 +80,7 @@ GnuTlsJudge::GnuTlsJudge(const World& world) : list_(std::make_unique<TrustList>
     if (certificate == nullptr) throw std::runtime_error("no anchor: " + root.name);
     gnutls_x509_crt_t raw = certificate.get();
     require(gnutls_x509_trust_list_add_cas(list_->handle, &raw, 1, 0), "anchor");
-    certificate.release();  // the list's now
+    (void)certificate.release();  // the list's now
   }
 }
 

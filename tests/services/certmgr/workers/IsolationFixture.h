@@ -1,0 +1,98 @@
+#ifndef TESTS_SERVICES_CERTMGR_WORKERS_ISOLATIONFIXTURE_H
+#define TESTS_SERVICES_CERTMGR_WORKERS_ISOLATIONFIXTURE_H
+
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/services/certmgr/CertmgrdFixture.h"
+
+// The real program with a chain that it can judge, and a look at its worker processes.
+class CertmgrdIsolationTest : public CertmgrdTest {
+ protected:
+  void SetUp() override {
+    addToHashedDirectory(store_, root);
+    text_ = request({write("leaf.der", leafByRoot())});
+  }
+
+  // Starts it, and its first worker with it. Returns that worker's number.
+  pid_t startWithOneWorker(std::vector<std::string> arguments = {}) {
+    arguments.emplace_back("--no-system-anchors");
+    start(arguments);
+    EXPECT_NE("", ask(text_));
+    const std::vector<pid_t> all = workers();
+    EXPECT_EQ(1U, all.size());
+    return all.empty() ? -1 : all.front();
+  }
+
+  // The children of the service that have not ended.
+  std::vector<pid_t> workers() const {
+    std::vector<pid_t> found;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+      const auto number = static_cast<pid_t>(strtol(entry.path().filename().c_str(), nullptr, 10));
+      if (number <= 0) continue;
+      std::ifstream file(entry.path() / "stat");
+      std::string text;
+      std::getline(file, text);
+      const size_t nameEnd = text.rfind(") ");
+      if (nameEnd == std::string::npos) continue;
+      std::istringstream fields(text.substr(nameEnd + 2));
+      char state = 'Z';
+      pid_t parent = 0;
+      fields >> state >> parent;
+      if (parent == service_->pid() && state != 'Z') found.push_back(number);
+    }
+    return found;
+  }
+
+  static OwnedFd send(const std::string& text) {
+    OwnedFd fd(openControlObject("/pps/services/certmgr/control?wait"));
+    EXPECT_EQ(static_cast<ssize_t>(text.size()), ::write(fd.get(), text.data(), text.size()));
+    return fd;
+  }
+
+  static std::string receive(const OwnedFd& fd) {
+    std::string answer(16384, '\0');
+    const ssize_t length = ::read(fd.get(), answer.data(), answer.size());
+    answer.resize(length < 0 ? 0 : static_cast<size_t>(length));
+    return answer;
+  }
+
+  // A value of /proc/PROCESS/status, as it stands there.
+  static std::string statusOf(pid_t process, const std::string& name) {
+    std::ifstream file("/proc/" + std::to_string(process) + "/status");
+    for (std::string line; std::getline(file, line);) {
+      if (line.rfind(name + ":\t", 0) == 0) return line.substr(name.size() + 2);
+    }
+    return "";
+  }
+
+  std::string text_;
+};
+
+// A process that is no child of this one, to be waited for.
+class WatchedProcess {
+ public:
+  explicit WatchedProcess(pid_t process)
+      : fd_(static_cast<int>(syscall(SYS_pidfd_open, process, 0))) {}
+
+  bool canBeWatched() const { return static_cast<bool>(fd_); }
+
+  void awaitEnd() const {
+    pollfd event = {fd_.get(), POLLIN, 0};
+    poll(&event, 1, -1);
+  }
+
+ private:
+  OwnedFd fd_;
+};
+
+#endif
