@@ -142,6 +142,7 @@ void readPolicies(std::string_view value, bool, ParsedCertificate& certificate) 
   for (DerReader list(derContent(value, DerReader::kSequence)); !list.atEnd();) {
     DerReader parts(list.content(DerReader::kSequence));
     asserted.push_back(parts.content(DerReader::kOid));
+    expectFew(asserted.size());
     if (!parts.atEnd()) parts.take(DerReader::kSequence);  // qualifiers, which decide nothing
     parts.expectEnd();
   }

@@ -86,7 +86,6 @@ std::size_t ParsedCertificate::footprint() const {
   // The names, read once more and compared, take about as much again; and a key of OpenSSL's.
   constexpr std::size_t kFixed = 4096;
   std::size_t bytes = kFixed + 3 * der.size() + altNames.capacity() * sizeof(GeneralName);
-  if (policies.asserted) bytes += policies.asserted->capacity() * sizeof(std::string_view);
   if (!nameConstraints) return bytes;
   for (const auto* subtrees : {&nameConstraints->permitted, &nameConstraints->excluded}) {
     bytes += subtrees->capacity() * sizeof(NameConstraints::Subtree);

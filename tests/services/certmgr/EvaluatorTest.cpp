@@ -187,6 +187,16 @@ TEST_F(EvaluatorTest, MorePurposesThanAnybodyNeedsAreUnreadable) {
   EXPECT_EQ("NO_TRUSTED", findings(leaf, {inter}));
 }
 
+TEST_F(EvaluatorTest, MorePoliciesThanAnybodyNeedsAreUnreadable) {
+  std::string policies;
+  for (int i = 0; i < 257; ++i) {
+    policies += "300506032a" +
+                hexOf(std::string{static_cast<char>(0x81 + i / 128), static_cast<char>(i % 128)});
+  }
+  const auto leaf = leafBy(inter).extension("2.5.29.32", derOf(1, policies)).make();
+  EXPECT_EQ("NO_TRUSTED", findings(leaf, {inter}));
+}
+
 TEST_F(EvaluatorTest, EvidenceOfManyPurposesIsCut) {
   const auto leaf =
       leafBy(inter).extendedKeyUsage("").extension("2.5.29.37", derOf(100, "06022a03")).make();
