@@ -24,6 +24,9 @@ std::string keyOf(const PathInput& input) {
 std::size_t footprintOf(const Evaluation& evaluation) {
   std::size_t bytes = 512;
   for (const CertificatePtr& certificate : evaluation.path) bytes += certificate->footprint();
+  for (const Finding& finding : evaluation.findings) {
+    bytes += sizeof finding + finding.evidence.capacity();
+  }
   return bytes;
 }
 

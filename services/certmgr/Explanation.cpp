@@ -26,8 +26,7 @@ std::string joined(const std::vector<std::string>& parts) {
 }
 
 std::string subjectOf(const ParsedCertificate& certificate) {
-  const std::string text = certificate.subject.text();
-  return text.empty() ? "(no name)" : fitLines(text, kWidth, 1).front();
+  return fitLines(certificate.subject.text(), kWidth, 1).front();
 }
 
 std::string timeText(const std::optional<std::int64_t>& time) {

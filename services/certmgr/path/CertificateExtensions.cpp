@@ -11,6 +11,12 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr unsigned kMostDistance = std::numeric_limits<unsigned>::max();
+// Of what judging goes through again for each path; no honest certificate comes near.
+constexpr std::size_t kMostListed = 256;
+
+void expectFew(std::size_t count) {
+  if (count > kMostListed) throw DerError("a list is too long");
+}
 
 GeneralName readGeneralName(const DerReader::Element& element) {
   using Kind = GeneralName::Kind;
@@ -26,13 +32,15 @@ GeneralName readGeneralName(const DerReader::Element& element) {
   const bool mustBe = name.kind == Kind::other || name.kind == Kind::x400 ||
                       name.kind == Kind::directory || name.kind == Kind::ediParty;
   if (isConstructed != mustBe) throw DerError("a name is not in DER form");
-  if (name.kind == Kind::directory) (void)DistinguishedName(name.bytes);  // throws if it is none
+  if (name.kind == Kind::directory) DistinguishedName::expect(name.bytes);
   return name;
 }
 
 std::vector<DistinguishedName> directoryNames(std::string_view generalNames) {
   std::vector<DistinguishedName> found;
-  for (const GeneralName& name : readGeneralNames(generalNames)) {
+  const std::vector<GeneralName> names = readGeneralNames(generalNames);
+  expectFew(names.size());
+  for (const GeneralName& name : names) {
     if (name.kind == GeneralName::Kind::directory) found.emplace_back(name.bytes);
   }
   return found;
@@ -72,6 +80,7 @@ void readExtendedKeyUsage(std::string_view value, bool, ParsedCertificate& certi
   std::vector<std::string_view> uses;
   for (DerReader parts(derContent(value, DerReader::kSequence)); !parts.atEnd();) {
     uses.push_back(parts.content(DerReader::kOid));
+    expectFew(uses.size());
   }
   if (uses.empty()) throw DerError("a list is empty");
   certificate.extendedKeyUsage = std::move(uses);
@@ -133,6 +142,7 @@ void readPolicies(std::string_view value, bool, ParsedCertificate& certificate) 
   for (DerReader list(derContent(value, DerReader::kSequence)); !list.atEnd();) {
     DerReader parts(list.content(DerReader::kSequence));
     asserted.push_back(parts.content(DerReader::kOid));
+    expectFew(asserted.size());
     if (!parts.atEnd()) parts.take(DerReader::kSequence);  // qualifiers, which decide nothing
     parts.expectEnd();
   }
@@ -150,6 +160,7 @@ void readMappings(std::string_view value, bool, ParsedCertificate& certificate) 
     const std::string_view subjects = parts.content(DerReader::kOid);
     parts.expectEnd();
     mappings.emplace_back(issuers, subjects);
+    expectFew(mappings.size());
   }
   if (mappings.empty()) throw DerError("a list is empty");
   certificate.policies.mappings = std::move(mappings);
@@ -172,6 +183,7 @@ void readInhibitAny(std::string_view value, bool, ParsedCertificate& certificate
 
 void readDistributionPoints(std::string_view value, bool, ParsedCertificate& certificate) {
   std::vector<DistributionPoint> points;
+  std::size_t names = 0;
   for (DerReader list(derContent(value, DerReader::kSequence)); !list.atEnd();) {
     DerReader parts(list.content(DerReader::kSequence));
     DistributionPoint point;
@@ -187,6 +199,8 @@ void readDistributionPoints(std::string_view value, bool, ParsedCertificate& cer
       point.issuers = directoryNames(parts.content(DerReader::context(2, true)));
     }
     parts.expectEnd();
+    names += 1 + point.names.size() + point.issuers.size();
+    expectFew(names);
     points.push_back(std::move(point));
   }
   certificate.distributionPoints = std::move(points);
@@ -266,8 +280,13 @@ DistributionPointName readDistributionPointName(std::string_view content) {
 
 void readExtensions(std::string_view extensions, ParsedCertificate& certificate) {
   std::set<std::string_view> seen;
+  std::size_t count = 0;
   for (DerReader list(derContent(extensions, DerReader::kSequence)); !list.atEnd();) {
     const Extension extension = takeExtension(list);
+    if (++count > kMostListed) {
+      certificate.unreadable.emplace_back("there are too many extensions");
+      return;
+    }
     if (!seen.insert(extension.oid).second) {
       certificate.unreadable.push_back(oidText(extension.oid) + " is there twice");
       continue;

@@ -8,8 +8,9 @@
 #include "services/certmgr/path/ParsedCertificate.h"
 
 // Reads the Extensions element into the certificate's fields. An extension that does not decode,
-// or is there twice, is noted as unreadable, and leaves its fields as they were. Throws DerError
-// when not even a list of extensions can be told.
+// is there twice or lists more than anybody needs is noted as unreadable, and leaves its fields as
+// they were; so are more extensions than anybody needs. Throws DerError when not even a list of
+// extensions can be told.
 void readExtensions(std::string_view extensions, ParsedCertificate& certificate);
 
 // One extension, of a certificate, a list or a list's entry.

@@ -109,6 +109,8 @@ unsigned derNumber(std::string_view content, unsigned most) {
 }
 
 std::string oidText(std::string_view content) {
+  constexpr std::size_t kMostBytes = 64;
+  if (content.size() > kMostBytes) return "unreadable";
   std::string text;
   std::uint64_t arc = 0;
   bool complete = false;

@@ -74,7 +74,7 @@ std::string_view derWholeBytes(std::string_view content);
 unsigned derNumber(std::string_view content, unsigned most);
 
 // The content of an OBJECT IDENTIFIER as "2.5.29.19"; "unreadable" for what is none, and for one
-// with an arc beyond 64 bits.
+// of more than 64 bytes or with an arc beyond 64 bits.
 std::string oidText(std::string_view content);
 
 #endif

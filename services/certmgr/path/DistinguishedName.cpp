@@ -122,7 +122,6 @@ std::string keyOf(const Attribute& attribute) {
 std::string keyOfRelativeName(std::string_view content) {
   std::vector<std::string> attributes;
   for (DerReader set(content); !set.atEnd();) attributes.push_back(keyOf(takeAttribute(set)));
-  if (attributes.empty()) throw DerError("a relative name is empty");
   std::sort(attributes.begin(), attributes.end());
   std::string whole;
   for (const std::string& attribute : attributes) appendSized(whole, attribute);
@@ -156,7 +155,19 @@ std::string labelOf(std::string_view type) {
 
 }  // namespace
 
+void DistinguishedName::expect(std::string_view der) {
+  constexpr int kMostAttributes = 256;
+  int attributes = 0;
+  for (DerReader names(derContent(der, DerReader::kSequence)); !names.atEnd();) {
+    DerReader set(names.content(DerReader::kSet));
+    if (set.atEnd()) throw DerError("a relative name is empty");
+    for (; !set.atEnd(); ++attributes) takeAttribute(set);
+  }
+  if (attributes > kMostAttributes) throw DerError("a name has too many attributes");
+}
+
 DistinguishedName::DistinguishedName(std::string_view der) : der_(der) {
+  expect(der_);
   for (DerReader names(derContent(der_, DerReader::kSequence)); !names.atEnd();) {
     key_ += keyOfRelativeName(names.content(DerReader::kSet));
     ends_.push_back(key_.size());
@@ -179,12 +190,19 @@ std::vector<std::string> DistinguishedName::values(std::string_view oid) const {
 
 std::string DistinguishedName::text() const {
   if (isEmpty()) return "(empty name)";
+  constexpr std::size_t kMostBytes = 1024;
   std::string text;
+  bool isCut = false;
   forEachAttribute(der_, [&](const Attribute& attribute) {
+    if (isCut) return;
     if (!text.empty()) text += ", ";
     text += labelOf(attribute.type);
     text += '=';
-    text += escapeText(utf8Of(attribute.value).value_or(std::string(attribute.value.content)), ",");
+    std::string value = utf8Of(attribute.value).value_or(std::string(attribute.value.content));
+    isCut = text.size() + value.size() > kMostBytes;
+    if (isCut) value.resize(std::min(value.size(), kMostBytes));
+    text += escapeText(value, ",");
+    if (isCut) text += "...";
   });
   return text;
 }

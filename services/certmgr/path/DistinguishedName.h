@@ -11,8 +11,10 @@
 class DistinguishedName {
  public:
   DistinguishedName() = default;
-  // Reads a whole Name element. Throws DerError.
+  // Reads a whole Name element of at most 256 attributes. Throws DerError.
   explicit DistinguishedName(std::string_view der);
+  // Throws DerError where reading it would; quicker.
+  static void expect(std::string_view der);
 
   bool isEmpty() const { return ends_.empty(); }
   bool operator==(const DistinguishedName& other) const { return key_ == other.key_; }
@@ -29,7 +31,8 @@ class DistinguishedName {
   // does not decode, as its bytes; in the order of the name.
   std::vector<std::string> values(std::string_view oid) const;
 
-  // For people: "CN=Root, O=Maker", made printable by escapeText(); "(empty name)".
+  // For people: "CN=Root, O=Maker", made printable by escapeText(); "(empty name)". "..." stands
+  // for what follows the first thousand bytes or so.
   std::string text() const;
 
  private:

@@ -21,6 +21,7 @@ using namespace std::string_view_literals;
 
 constexpr std::string_view kCommonName = "\x55\x04\x03"sv;
 constexpr std::string_view kEmailAddress = "\x2a\x86\x48\x86\xf7\x0d\x01\x09\x01"sv;
+constexpr std::int64_t kVisitCost = 5;
 constexpr std::int64_t kLookUpCost = 200;
 
 // The constraints of one issuer.
@@ -36,10 +37,13 @@ struct Issuer {
 };
 
 // Text that clients could take for the name of a host. Bytes that no host name has do not
-// save a name from that: whoever cuts it off at a NUL would be left with one.
+// save a name from that: whoever cuts it off at a NUL would be left with one. Nor do spaces save
+// one with a wildcard, whose labels clients trim.
 bool looksLikeHost(std::string_view text) {
-  return !text.empty() && std::none_of(text.begin(), text.end(), [](char c) {
-    return " !\"#$%&'()+,/:;<=>?@[\\]^`{|}~"sv.find(c) != std::string_view::npos;
+  const bool isWildcard = text.find('*') != std::string_view::npos;
+  return !text.empty() && std::none_of(text.begin(), text.end(), [&](char c) {
+    return (c == ' ' && !isWildcard) ||
+           "!\"#$%&'()+,/:;<=>?@[\\]^`{|}~"sv.find(c) != std::string_view::npos;
   });
 }
 
@@ -54,7 +58,14 @@ std::optional<std::string> addressOctets(const std::string& text) {
 class Names {
  public:
   Names(const ParsedCertificate& certificate, const std::vector<Issuer>& issuers, Budget& budget)
-      : certificate_(certificate), issuers_(issuers), budget_(budget) {}
+      : certificate_(certificate), budget_(budget) {
+    for (std::size_t kind = 0; kind < isConstrained_.size(); ++kind) {
+      isConstrained_[kind] = std::any_of(issuers.begin(), issuers.end(), [&](const Issuer& issuer) {
+        return issuer.concerns(static_cast<Kind>(kind));
+      });
+    }
+    budget.spend(kVisitCost * static_cast<std::int64_t>(certificate.altNames.size()));
+  }
 
   std::vector<ConstrainedName> collect(bool isLeaf) && {
     const DistinguishedName& subject = certificate_.subject;
@@ -72,10 +83,7 @@ class Names {
   }
 
  private:
-  bool isConstrained(Kind kind) const {
-    return std::any_of(issuers_.begin(), issuers_.end(),
-                       [kind](const Issuer& issuer) { return issuer.concerns(kind); });
-  }
+  bool isConstrained(Kind kind) const { return isConstrained_.at(static_cast<std::size_t>(kind)); }
 
   bool hasAltName(Kind kind) const {
     return std::any_of(certificate_.altNames.begin(), certificate_.altNames.end(),
@@ -90,7 +98,7 @@ class Names {
 
   // Clients that compare texts take an address that is written as a name for one.
   void addAddress(std::string_view text) {
-    if (!isConstrained(Kind::address)) return;
+    if (!isConstrained(Kind::address) || !budget_.spend(kLookUpCost)) return;
     if (const auto octets = addressOctets(std::string(text))) add(Kind::address, *octets);
   }
 
@@ -105,8 +113,8 @@ class Names {
   }
 
   const ParsedCertificate& certificate_;
-  const std::vector<Issuer>& issuers_;
   Budget& budget_;
+  std::array<bool, static_cast<std::size_t>(Kind::registeredId) + 1> isConstrained_{};
   std::vector<ConstrainedName> names_;
 };
 
@@ -164,7 +172,7 @@ void checkMember(const ParsedCertificate& certificate, std::size_t member,
   for (const ConstrainedName& name : Names(certificate, issuers, budget).collect(member == 0)) {
     for (const Issuer& issuer : issuers) {
       if (!issuer.concerns(name.kind)) continue;
-      if (!budget.spend(kLookUpCost)) break;
+      if (!budget.spend(kLookUpCost + static_cast<std::int64_t>(name.bytes.size()))) break;
       comparison.compare(name, issuer);
     }
   }

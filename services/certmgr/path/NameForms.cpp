@@ -73,10 +73,16 @@ std::string addressText(std::string_view octets) {
   return inet_ntop(family, octets.data(), text.data(), text.size()) != nullptr ? text.data() : "";
 }
 
+// Nobody reads the end of a name that is longer than a page, and escaping it takes its time.
+std::string shownText(std::string_view bytes) {
+  constexpr std::size_t kMostBytes = 1024;
+  return printableText(bytes.substr(0, kMostBytes));
+}
+
 // An address, or with a mask behind it a network.
 std::string addressOrNetworkText(std::string_view octets) {
   if (octets.size() == 4 || octets.size() == 16) return addressText(octets);
-  if (octets.size() != 8 && octets.size() != 32) return printableText(octets);
+  if (octets.size() != 8 && octets.size() != 32) return shownText(octets);
   const std::string_view address = octets.substr(0, octets.size() / 2);
   const std::string_view mask = octets.substr(octets.size() / 2);
   const auto network = networkKey(octets);
@@ -88,7 +94,7 @@ std::string directoryText(std::string_view der) {
   try {
     return fitLines(DistinguishedName(der).text(), 120, 1).front();
   } catch (const DerError&) {
-    return printableText(der);
+    return shownText(der);
   }
 }
 
@@ -165,11 +171,11 @@ std::string nameText(GeneralName::Kind kind, std::string_view bytes) {
   using Kind = GeneralName::Kind;
   switch (kind) {
     case Kind::dns:
-      return "DNS:" + printableText(bytes);
+      return "DNS:" + shownText(bytes);
     case Kind::email:
-      return "email:" + printableText(bytes);
+      return "email:" + shownText(bytes);
     case Kind::uri:
-      return "URI:" + printableText(bytes);
+      return "URI:" + shownText(bytes);
     case Kind::address:
       return "IP Address:" + addressOrNetworkText(bytes);
     case Kind::directory:

@@ -85,5 +85,10 @@ std::shared_ptr<const ParsedCertificate> ParsedCertificate::parse(std::string de
 std::size_t ParsedCertificate::footprint() const {
   // The names, read once more and compared, take about as much again; and a key of OpenSSL's.
   constexpr std::size_t kFixed = 4096;
-  return kFixed + 3 * der.size() + altNames.size() * sizeof(GeneralName);
+  std::size_t bytes = kFixed + 3 * der.size() + altNames.capacity() * sizeof(GeneralName);
+  if (!nameConstraints) return bytes;
+  for (const auto* subtrees : {&nameConstraints->permitted, &nameConstraints->excluded}) {
+    bytes += subtrees->capacity() * sizeof(NameConstraints::Subtree);
+  }
+  return bytes;
 }

@@ -85,9 +85,14 @@ class MemberCheck {
       return use == kServerAuthentication || use == kAnyPurpose;
     });
     if (serves) return;
+    constexpr std::size_t kMostShown = 8;
     std::string evidence = "for ";
     for (const std::string_view& use : *uses) {
       if (&use != &uses->front()) evidence += ", ";
+      if (&use == &uses->front() + kMostShown) {
+        evidence += "...";
+        break;
+      }
       evidence += oidText(use);
     }
     add(Reason::otherPurpose, member, std::move(evidence));

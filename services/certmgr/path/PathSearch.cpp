@@ -18,6 +18,12 @@ namespace {
 // In units of the budget, measured and rounded up.
 constexpr std::int64_t kCandidateCost = 500;
 constexpr std::int64_t kMemberCost = 2'000;
+constexpr std::int64_t kFindingCost = 500;
+
+// Of looking a name up, or holding it against another one of the same length.
+std::int64_t costOf(const DistinguishedName& name) {
+  return 20 + static_cast<std::int64_t>(name.key().size() / 4);
+}
 
 bool isInTime(const ParsedCertificate& certificate, Moment& moment) {
   return certificate.notBefore && certificate.notAfter &&
@@ -102,8 +108,12 @@ class PathSearch {
 
   std::vector<Candidate> candidatesFor(const ParsedCertificate& certificate) {
     std::vector<Candidate> found;
+    const std::int64_t nameCost = costOf(certificate.issuer);
+    budget_.spend(nameCost * static_cast<std::int64_t>(others_.size() + 1));
+    const std::int64_t cost =
+        kCandidateCost + nameCost * static_cast<std::int64_t>(path_.size() + 1);
     const auto consider = [&](const CertificatePtr& issuer, const Anchor* anchor) {
-      if (!budget_.spend(kCandidateCost) || isOnPath(*issuer)) return;
+      if (!budget_.spend(cost) || isOnPath(*issuer)) return;
       found.push_back({issuer, anchor, fitOf(certificate, *issuer), isInTime(*issuer, moment_)});
     };
     for (const Anchor& anchor : input_.store.anchorsNamed(certificate.issuer)) {
@@ -124,7 +134,7 @@ class PathSearch {
                                             const PublicKey& key) {
     const auto [known, isNew] =
         checked_.try_emplace(std::pair(&certificate.fingerprint, &key.identity()));
-    if (isNew && budget_.spend(key.checkCost())) {
+    if (isNew && budget_.spend(checkCost(certificate.signedBytes, key))) {
       known->second = signatures_.check(certificate.signedBytes, certificate.fingerprint, key);
     }
     return known->second;
@@ -224,6 +234,7 @@ class PathSearch {
     } else {
       checkEnd(findings);
     }
+    budget_.spend(kFindingCost * static_cast<std::int64_t>(findings.size()));
     std::sort(findings.begin(), findings.end());
     findings.erase(std::unique(findings.begin(), findings.end()), findings.end());
 

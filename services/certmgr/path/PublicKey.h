@@ -26,7 +26,7 @@ class PublicKey {
   bool isStrong() const;
   // "RSA 2048", "EC P-256", "Ed25519", "unknown".
   std::string text() const;
-  // What one signature check costs, in units of a Budget.
+  // What one signature check costs beside the digest, in units of a Budget.
   std::int64_t checkCost() const;
   // SHA-256 of the element: names the key.
   const std::string& identity() const { return identity_; }

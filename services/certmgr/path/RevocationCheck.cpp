@@ -16,6 +16,7 @@
 namespace {
 
 constexpr std::int64_t kListCost = 5000;
+constexpr std::int64_t kPointCost = 1000;
 constexpr std::int64_t kCandidateCost = 500;
 
 std::string reasonText(unsigned reason) {
@@ -42,9 +43,7 @@ class RevocationSearch {
  public:
   RevocationSearch(const std::vector<CertificatePtr>& others, const TrustStore& store,
                    Moment& moment, Budget& budget, SignatureMemory& signatures)
-      : store_(store), moment_(moment), budget_(budget), signatures_(signatures) {
-    for (const CertificatePtr& other : others) others_[other->fingerprint] = other;
-  }
+      : others_(others), store_(store), moment_(moment), budget_(budget), signatures_(signatures) {}
 
   // The evidence, or nothing when nothing proves that it is revoked.
   std::optional<std::string> findProof(const Subject& subject) {
@@ -78,9 +77,14 @@ class RevocationSearch {
   // Those that may speak about the certificate, in the order of their fingerprints.
   std::vector<RevocationListPtr> listsAbout(const ParsedCertificate& certificate) {
     std::map<std::string_view, RevocationListPtr> lists;
+    std::int64_t cost = kListCost;  // of holding a list against all that the points name
+    for (const DistributionPoint& point : certificate.distributionPoints) {
+      cost += kPointCost * static_cast<std::int64_t>(1 + point.names.size() + point.issuers.size());
+    }
     const auto add = [&](const DistinguishedName& issuer) {
+      if (!budget_.spend(kCandidateCost)) return;
       for (const RevocationListPtr& list : store_.listsBy(issuer)) {
-        if (!budget_.spend(kListCost)) return;
+        if (!budget_.spend(cost)) return;
         if (isAbout(*list, certificate)) lists.emplace(list->fingerprint, list);
       }
     };
@@ -129,8 +133,8 @@ class RevocationSearch {
       if (anchor.use == Anchor::Use::refused || !bearsName(signer, list)) continue;
       if (isValidNow(signer) && signs(signer, list)) return true;
     }
-    return std::any_of(others_.begin(), others_.end(), [&](const auto& other) {
-      const ParsedCertificate& signer = *other.second;
+    return std::any_of(others_.begin(), others_.end(), [&](const CertificatePtr& other) {
+      const ParsedCertificate& signer = *other;
       return bearsName(signer, list) && isValidNow(signer) && isVouchedFor(signer, subject) &&
              signs(signer, list);
     });
@@ -158,7 +162,7 @@ class RevocationSearch {
   }
 
   bool verifies(const SignedBytes& bytes, const std::string& fingerprint, const PublicKey& key) {
-    if (!budget_.spend(key.checkCost())) return false;
+    if (!budget_.spend(checkCost(bytes, key))) return false;
     const SignatureState state = signatures_.check(bytes, fingerprint, key);
     // Who forges a list with a weak digest needs its issuer's help; to overlook one that is
     // genuine would be worse.
@@ -174,7 +178,7 @@ class RevocationSearch {
     return text;
   }
 
-  std::map<std::string, CertificatePtr> others_;  // by fingerprint
+  const std::vector<CertificatePtr>& others_;
   const TrustStore& store_;
   Moment& moment_;
   Budget& budget_;

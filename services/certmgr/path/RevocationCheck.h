@@ -18,7 +18,7 @@
 // A list may be signed by whoever stands above the certificate on the path; by an anchor; and by
 // one of `others` that the certificate's issuer signed, or whoever signed that one. All bear the
 // name of the list's issuer, and their key usage, if any, lets them sign lists. The latter two
-// have to be in their time.
+// have to be in their time. Which comes first among `others` only matters to the budget.
 void checkRevocation(const std::vector<CertificatePtr>& path,
                      const std::vector<CertificatePtr>& others, const TrustStore& store,
                      Moment& moment, Budget& budget, SignatureMemory& signatures,

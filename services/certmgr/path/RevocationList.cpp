@@ -267,6 +267,8 @@ std::shared_ptr<const RevocationList> RevocationList::parse(std::string der) {
   list->der = std::move(der);
   list->fingerprint = sha256Of(list->der);
   Reader(*list).read();
+  list->digest = digestOf(list->signedBytes);
+  list->signedBytes.digest = list->digest;
   return list;
 }
 

@@ -47,6 +47,7 @@ class RevocationList {
   std::string der;
   std::string fingerprint;  // SHA-256, 32 bytes
   DistinguishedName issuer;
+  std::string digest;  // of what is signed
   SignedBytes signedBytes;
   std::optional<std::int64_t> thisUpdate;  // seconds since 1970; nothing: it is no time
   std::optional<std::int64_t> nextUpdate;  // the last second

@@ -113,15 +113,16 @@ Scheme pssScheme(std::string_view parameters) {
   members.expectEnd();
   scheme.digest = digest();
   scheme.maskDigest = maskDigest();
+  if (scheme.digest == nullptr || scheme.maskDigest == nullptr) throw DerError("no such digest");
   scheme.isWeak = digest == sha1 || maskDigest == sha1;
   return scheme;
 }
 
 // Nothing when it is not understood, or is none for such a key.
-std::optional<Scheme> schemeOf(std::string_view identifier, const PublicKey& key) {
+std::optional<Scheme> schemeOf(std::string_view identifier, Kind kind) {
   DerReader parts(derContent(identifier, DerReader::kSequence));
   const Algorithm* algorithm = algorithmNamed(parts.content(DerReader::kOid));
-  if (algorithm == nullptr || algorithm->kind != key.kind()) return {};
+  if (algorithm == nullptr || algorithm->kind != kind) return {};
   if (algorithm->oid == kPss) {
     const std::string_view parameters = parts.take().whole;
     parts.expectEnd();
@@ -160,26 +161,49 @@ bool verifiesWhole(const SignedBytes& bytes, EVP_PKEY* key) {
                           bytesOf(bytes.content), bytes.content.size()) == 1;
 }
 
+std::string digestBy(const EVP_MD* type, std::string_view content) {
+  unsigned char digest[EVP_MAX_MD_SIZE];
+  unsigned length = 0;
+  const bool made = EVP_Digest(content.data(), content.size(), digest, &length, type, nullptr) == 1;
+  return made ? std::string(reinterpret_cast<const char*>(digest), length) : std::string();
+}
+
 // Digest and signature apart: EVP_DigestVerify takes 2 us longer for looking things up.
 bool verifies(const SignedBytes& bytes, const Scheme& scheme, const PublicKey& key) {
   if (scheme.digest == nullptr) return verifiesWhole(bytes, key.get());
-  unsigned char digest[EVP_MAX_MD_SIZE];
-  unsigned length = 0;
+  const std::string digest =
+      bytes.digest.empty() ? digestBy(scheme.digest, bytes.content) : std::string(bytes.digest);
   const KeyContextPtr context = key.verification();
-  return context != nullptr &&
-         EVP_Digest(bytes.content.data(), bytes.content.size(), digest, &length, scheme.digest,
-                    nullptr) == 1 &&
-         setScheme(context.get(), scheme) &&
-         EVP_PKEY_verify(context.get(), bytesOf(bytes.signature), bytes.signature.size(), digest,
-                         length) == 1;
+  return context != nullptr && !digest.empty() && setScheme(context.get(), scheme) &&
+         EVP_PKEY_verify(context.get(), bytesOf(bytes.signature), bytes.signature.size(),
+                         bytesOf(digest), digest.size()) == 1;
 }
 
 }  // namespace
 
+std::string digestOf(const SignedBytes& bytes) {
+  try {
+    DerReader parts(derContent(bytes.algorithm, DerReader::kSequence));
+    const Algorithm* algorithm = algorithmNamed(parts.content(DerReader::kOid));
+    if (algorithm == nullptr) return {};
+    const std::optional<Scheme> scheme = schemeOf(bytes.algorithm, algorithm->kind);
+    if (!scheme || scheme->digest == nullptr) return {};
+    return digestBy(scheme->digest, bytes.content);
+  } catch (const DerError&) {
+    return {};
+  }
+}
+
+std::int64_t checkCost(const SignedBytes& bytes, const PublicKey& key) {
+  constexpr std::int64_t kByteCost = 4;
+  const std::size_t digested = bytes.digest.empty() ? bytes.content.size() : 0;
+  return key.checkCost() + kByteCost * static_cast<std::int64_t>(digested);
+}
+
 SignatureState checkSignature(const SignedBytes& bytes, const PublicKey& key) {
   if (bytes.algorithm != bytes.innerAlgorithm) return SignatureState::inconsistent;
   try {
-    const std::optional<Scheme> scheme = schemeOf(bytes.algorithm, key);
+    const std::optional<Scheme> scheme = schemeOf(bytes.algorithm, key.kind());
     if (!scheme || key.get() == nullptr) return SignatureState::unsupported;
     ERR_clear_error();
     const bool good = verifies(bytes, *scheme, key);

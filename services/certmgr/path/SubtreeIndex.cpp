@@ -12,12 +12,15 @@ using Kind = GeneralName::Kind;
 
 constexpr std::int64_t kNameCost = 200;
 constexpr std::int64_t kSubtreeCost = 500;
-constexpr std::int64_t kDirectoryCost = 800;  // names of this kind are taken apart
 constexpr std::int64_t kByteCost = 3;
+// Names of this kind are taken apart, which can be done every few bytes.
+constexpr std::int64_t kDirectoryCost = 800;
+constexpr std::int64_t kDirectoryByteCost = 20;
 
 std::int64_t costOf(Kind kind, std::size_t bytes, std::int64_t cost) {
-  return kByteCost * static_cast<std::int64_t>(bytes) +
-         (kind == Kind::directory ? kDirectoryCost : cost);
+  const auto size = static_cast<std::int64_t>(bytes);
+  return kind == Kind::directory ? kDirectoryCost + kDirectoryByteCost * size
+                                 : cost + kByteCost * size;
 }
 
 std::optional<std::string> directoryKey(std::string_view der) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 #include "services/certmgr/stores/PemFile.h"
 #include "services/common/CertificateFiles.h"
@@ -27,20 +28,26 @@ std::uint64_t nextVersion() {
   return ++last;
 }
 
-std::shared_ptr<const TrustStore> load(const StoreFiles& found) {
-  auto store = std::make_shared<TrustStore>();
+struct Loaded {
+  std::shared_ptr<TrustStore> store = std::make_shared<TrustStore>();
+  std::vector<std::string> unread;  // files that could not be
+};
+
+Loaded load(const StoreFiles& found) {
+  Loaded loaded;
   for (const StoreFiles::File& file : found.files) {
     try {
       PemContent content = readPem(readPlainFile(file.path, kMaxStoreFileBytes));
       for (Anchor& anchor : content.anchors) {
-        if (!file.listsOnly) store->add(std::move(anchor));
+        if (!file.listsOnly) loaded.store->add(std::move(anchor));
       }
-      for (RevocationListPtr& list : content.revocationLists) store->add(std::move(list));
+      for (RevocationListPtr& list : content.revocationLists) loaded.store->add(std::move(list));
     } catch (const std::runtime_error&) {
-      continue;  // an unreadable file trusts nobody, and must not stop the others
+      // An unreadable file trusts nobody, and must not stop the others.
+      loaded.unread.push_back(file.path);
     }
   }
-  return store;
+  return loaded;
 }
 
 void requireWhole(const std::string& path, const PemContent& content) {
@@ -109,7 +116,6 @@ bool TrustStores::isCurrent(const Kept& kept, std::uint64_t changes) const {
 }
 
 std::shared_ptr<const TrustStores::Kept> TrustStores::look(const std::string& directory,
-                                                           const Kept* before,
                                                            std::uint64_t changes) {
   auto kept = std::make_shared<Kept>();
   kept->changes = changes;
@@ -122,12 +128,20 @@ std::shared_ptr<const TrustStores::Kept> TrustStores::look(const std::string& di
   StoreFiles found = findStoreFiles(sources_, directory);
   kept->state = std::move(found.state);
   kept->settled = found.settled;
-  if (before != nullptr && before->settled && before->state == kept->state) {
-    kept->store = before->store;
-  } else {
-    kept->store = load(found);
-    ++loads_;
+  const auto same = std::find_if(stores_->begin(), stores_->end(), [&](const auto& entry) {
+    return entry.second->settled && entry.second->state == kept->state;
+  });
+  kept->isShared = same != stores_->end();
+  if (kept->isShared && same->second->unread.empty()) {
+    kept->store = same->second->store;
+    return kept;
   }
+  // What kept a file from being read (no descriptor was left, say) may be over.
+  Loaded loaded = load(found);
+  ++loads_;
+  kept->unread = std::move(loaded.unread);
+  const bool isUnchanged = kept->isShared && same->second->unread == kept->unread;
+  kept->store = isUnchanged ? same->second->store : std::move(loaded.store);
   return kept;
 }
 
@@ -145,9 +159,12 @@ std::shared_ptr<const TrustStore> TrustStores::get(const std::string& applicatio
   const auto found = stores_->find(directory);
   const std::shared_ptr<const Kept> before = found == stores_->end() ? nullptr : found->second;
   if (before != nullptr && isCurrent(*before, changes)) return before->store;
-  const std::shared_ptr<const Kept> kept = look(directory, before.get(), changes);
-  Stores stores = stores_->size() < kMaxKeptStores || before != nullptr ? *stores_ : Stores();
-  stores[directory] = kept;  // a client may name any number of stores
+  const std::shared_ptr<const Kept> kept = look(directory, changes);
+  const bool hasRoom = before != nullptr || stores_->size() < kMaxKeptStores;
+  // A client may name any number of stores, and must not push out others by that.
+  if (!hasRoom && kept->isShared) return kept->store;
+  Stores stores = hasRoom ? *stores_ : Stores();
+  stores[directory] = kept;
   replace(std::move(stores));
   return kept->store;
 }

@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "services/certmgr/path/TrustStore.h"
 #include "services/certmgr/stores/ChangeWatch.h"
@@ -20,7 +21,8 @@ void requireUsable(const TrustSources& sources);
 
 // The stores by application and class: ROOT/application/class in lower case, joined
 // with the other sources. A store is loaded once and replaced as a whole when a file of it
-// changes, appears or goes; a directory that is missing has no anchors. Safe from several
+// changes, appears or goes; a directory that is missing has no anchors, and all such stores are
+// one. A file that could not be read is tried again. Safe from several
 // threads, which take no lock as long as nothing changes.
 class TrustStores {
  public:
@@ -50,7 +52,9 @@ class TrustStores {
   struct Kept {
     std::shared_ptr<const TrustStore> store;
     std::string state;
+    std::vector<std::string> unread;  // files that could not be read
     bool settled = false;
+    bool isShared = false;      // has the very files of another one that was kept
     bool watched = false;       // every place of it
     std::uint64_t changes = 0;  // seen when its files were last looked at
     Clock::time_point checked;  // when they were
@@ -59,8 +63,7 @@ class TrustStores {
 
   std::shared_ptr<const Stores> stores();
   bool isCurrent(const Kept& kept, std::uint64_t changes) const;
-  std::shared_ptr<const Kept> look(const std::string& directory, const Kept* before,
-                                   std::uint64_t changes);
+  std::shared_ptr<const Kept> look(const std::string& directory, std::uint64_t changes);
   void replace(Stores stores);
 
   const TrustSources sources_;

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "services/certmgr/path/Digest.h"
 #include "tests/services/certmgr/JudgedTest.h"
 #include "tests/support/CertificateMaker.h"
 
@@ -153,6 +154,56 @@ TEST_F(EvaluatorTest, CaWithoutKeyUsage) {
 
 TEST_F(EvaluatorTest, LeafForAnotherPurpose) {
   EXPECT_EQ("KU_INVALID", findings(leafBy(inter).extendedKeyUsage("clientAuth").make(), {inter}));
+}
+
+TEST_F(EvaluatorTest, KeyUsageWithBitsBeyondItsEndIsUnreadable) {
+  // Seven unused bits, all of them set.
+  const auto leaf = leafBy(inter).keyUsage("").extension("2.5.29.15", "DER:030207ff").make();
+  EXPECT_EQ("NO_TRUSTED", findings(leaf, {inter}));
+}
+
+TEST_F(EvaluatorTest, KeyUsageWithoutTheEncodingOfItsLastBitIsGood) {
+  const auto leaf = leafBy(inter).keyUsage("").extension("2.5.29.15", "DER:03020080").make();
+  EXPECT_EQ("", findings(leaf, {inter}));
+}
+
+// A DER element of many times the same.
+std::string derOf(std::size_t count, const std::string& hexadecimal) {
+  const std::size_t size = count * hexadecimal.size() / 2;
+  std::string text = "DER:3082";
+  text += hexOf(std::string{static_cast<char>(size >> 8), static_cast<char>(size & 0xff)});
+  while (count-- > 0) text += hexadecimal;
+  return text;
+}
+
+TEST_F(EvaluatorTest, MoreDistributionPointsThanAnybodyNeedsAreUnreadable) {
+  const auto leaf = leafBy(inter).extension("crlDistributionPoints", derOf(257, "3000")).make();
+  EXPECT_EQ("NO_TRUSTED", findings(leaf, {inter}));
+}
+
+TEST_F(EvaluatorTest, MorePurposesThanAnybodyNeedsAreUnreadable) {
+  const auto leaf =
+      leafBy(inter).extendedKeyUsage("").extension("2.5.29.37", derOf(257, "0604551d2500")).make();
+  EXPECT_EQ("NO_TRUSTED", findings(leaf, {inter}));
+}
+
+TEST_F(EvaluatorTest, MorePoliciesThanAnybodyNeedsAreUnreadable) {
+  std::string policies;
+  for (int i = 0; i < 257; ++i) {
+    policies += "300506032a" +
+                hexOf(std::string{static_cast<char>(0x81 + i / 128), static_cast<char>(i % 128)});
+  }
+  const auto leaf = leafBy(inter).extension("2.5.29.32", derOf(1, policies)).make();
+  EXPECT_EQ("NO_TRUSTED", findings(leaf, {inter}));
+}
+
+TEST_F(EvaluatorTest, EvidenceOfManyPurposesIsCut) {
+  const auto leaf =
+      leafBy(inter).extendedKeyUsage("").extension("2.5.29.37", derOf(100, "06022a03")).make();
+  const Evaluation found = evaluate(leaf, {inter});
+  ASSERT_EQ(1U, found.findings.size());
+  EXPECT_EQ("for 1.2.3, 1.2.3, 1.2.3, 1.2.3, 1.2.3, 1.2.3, 1.2.3, 1.2.3, ...",
+            found.findings[0].evidence);
 }
 
 TEST_F(EvaluatorTest, EvidenceOfAnotherPurposeListsThePurposes) {

@@ -328,6 +328,15 @@ TEST_F(NameConstraintCheck, CommonNameWithANulIsAMalformedHost) {
       check());
 }
 
+TEST_F(NameConstraintCheck, SpacesDoNotSaveACommonNameWithAWildcard) {
+  // A client that trims the labels matches it with every host of b.example.
+  leaf->subject = DistinguishedName(nameDer({{kCommonName, "*. b .example"}}));
+  issuer->permit(Kind::dns, "a.example");
+  EXPECT_EQ(
+      "0 name_not_permitted: DNS:*. b .example is malformed, and so outside of DNS:a.example\n",
+      check());
+}
+
 TEST_F(NameConstraintCheck, CommonNameOfAnIssuerIsNoHost) {
   anchor->permit(Kind::dns, "a.example");
   issuer->subject = DistinguishedName(nameDer({{kCommonName, "b.example"}}));
@@ -353,6 +362,24 @@ TEST_F(NameConstraintCheck, SpentBudgetIsAFinding) {
       "0 constraint_not_understood: there are too many names and constraints to compare them "
       "all\n",
       check({leaf, issuer, anchor}, 800));
+}
+
+TEST_F(NameConstraintCheck, NamesThatNobodyConstrainsCostToo) {
+  issuer->permit(Kind::email, "a.example");
+  for (int i = 0; i < 10000; ++i) leaf->altName(Kind::dns, "a.example");
+  EXPECT_NE("", check({leaf, issuer, anchor}, 20'000));
+}
+
+TEST_F(NameConstraintCheck, LongNamesCostMoreToCompare) {
+  for (const auto& one : {issuer, anchor}) one->permit(Kind::email, "");
+  leaf->altName(Kind::email, std::string(60000, 'x') + "@a.example");
+  EXPECT_NE("", check({leaf, issuer, anchor}, 250'000));
+}
+
+TEST_F(NameConstraintCheck, EvidenceOfALongNameIsShort) {
+  issuer->exclude(Kind::dns, "a.example");
+  leaf->altName(Kind::dns, std::string(60000, '\1') + ".a.example");
+  EXPECT_LT(check().size(), 300U);
 }
 
 TEST_F(NameConstraintCheck, SpentBudgetIsNoFindingWhereNobodyConstrains) {

@@ -105,6 +105,20 @@ class RevocationCheck : public testing::Test {
   const TestCertificate leaf = leafBy(inter).make();
 };
 
+TEST_F(RevocationCheck, EachDistributionPointCosts) {
+  store.add(ListMaker(inter).scope(pointName(uri("https://a.example/list"))).make());
+  std::string points;
+  for (int i = 0; i < 50; ++i) {
+    points += derElement(DerReader::kSequence, pointName(uri("https://b.example/list")));
+  }
+  const std::string all = hexOf(derElement(DerReader::kSequence, points));
+  const TestCertificate scattered =
+      leafBy(inter).extension("crlDistributionPoints", "DER:" + all).make();
+  EXPECT_EQ("", checkPath({leaf, inter, root}, {}, 20'000));
+  EXPECT_EQ("0 gave_up: the revocation lists are too many\n",
+            checkPath({scattered, inter, root}, {}, 20'000));
+}
+
 TEST_F(RevocationCheck, ListedLeafIsRevoked) {
   store.add(ListMaker(inter).revoke("\x07").make());
   EXPECT_EQ(kLeafRevoked, check(leaf));

@@ -1,5 +1,7 @@
 #include "services/certmgr/stores/TrustStores.h"
 
+#include <sys/resource.h>
+
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -77,8 +79,59 @@ TEST_F(TrustStoresTest, UnchangedStoreIsLoadedOnce) {
 }
 
 TEST_F(TrustStoresTest, StoresOfDifferentNamesAreApart) {
+  addToHashedDirectory(directory_.path("a/b"), root);
+  TrustStores stores({.root = directory_.path()});
+  EXPECT_TRUE(holdsRoot(stores.get("a", "b")));
+  EXPECT_FALSE(holdsRoot(stores.get("a", "c")));
+}
+
+TEST_F(TrustStoresTest, StoresWithoutFilesOfTheirOwnAreOne) {
   TrustStores stores({.root = directory_.path("nowhere"), .files = {__FILE__}});
-  EXPECT_NE(stores.get("a", "b"), stores.get("a", "c"));
+  EXPECT_EQ(stores.get("a", "b"), stores.get("a", "c"));
+  EXPECT_EQ(1U, stores.loads());
+}
+
+TEST_F(TrustStoresTest, NamesThatAreMadeUpPushOutNoStore) {
+  TrustStores stores({.root = directory_.path("nowhere"), .files = {__FILE__}});
+  const auto before = stores.get("a", "b");
+  for (int i = 0; i < 100; ++i) stores.get("a", std::to_string(i));
+  EXPECT_EQ(before, stores.get("a", "b"));
+  EXPECT_EQ(1U, stores.loads());
+}
+
+// No file can be opened as long as one of these lives.
+class NoDescriptorsLeft {
+ public:
+  NoDescriptorsLeft() {
+    ::getrlimit(RLIMIT_NOFILE, &before_);
+    const rlimit none = {0, before_.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &none);
+  }
+  ~NoDescriptorsLeft() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+  NoDescriptorsLeft(const NoDescriptorsLeft&) = delete;
+  NoDescriptorsLeft& operator=(const NoDescriptorsLeft&) = delete;
+
+ private:
+  rlimit before_ = {};
+};
+
+TEST_F(TrustStoresTest, FileThatCouldNotBeReadIsTriedAgain) {
+  TrustStores stores({.root = directory_.path("nowhere"), .files = {__FILE__}});
+  std::shared_ptr<const TrustStore> before;
+  {
+    const NoDescriptorsLeft full;
+    before = stores.get("a", "b");
+  }
+  std::filesystem::create_directory(directory_.path("nowhere"));  // so that it looks again
+  EXPECT_NE(before, stores.get("a", "b"));
+}
+
+TEST_F(TrustStoresTest, FileThatStaysUnreadableChangesNothing) {
+  TrustStores stores({.root = directory_.path("nowhere"), .files = {__FILE__}});
+  const NoDescriptorsLeft full;
+  const auto before = stores.get("a", "b");
+  std::filesystem::create_directory(directory_.path("nowhere"));
+  EXPECT_EQ(before, stores.get("a", "b"));
 }
 
 TEST_F(TrustStoresTest, NewFileIsSeenByTheNextRequest) {
