@@ -1,5 +1,6 @@
 #include "platform/objects/ControlServer.h"
 
+#include <fcntl.h>
 #include <limits.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -57,8 +58,9 @@ class ControlServer::Impl {
         handler_(std::move(handler)),
         socket_(openSocket(options_)),
         loop_(1),
-        // Asio closes what it is given, so it gets a descriptor of its own.
-        acceptor_(loop_, ::dup(socket_.fd())),
+        // Asio closes what it is given, so it gets a descriptor of its own; no program that the
+        // service starts gets it.
+        acceptor_(loop_, ::fcntl(socket_.fd(), F_DUPFD_CLOEXEC, 0)),
         pause_(loop_),
         signals_(loop_) {}
 

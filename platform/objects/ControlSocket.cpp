@@ -12,11 +12,13 @@
 #include <cerrno>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 #include "platform/objects/ControlObject.h"
 
 namespace {
 
+constexpr const char* kLockName = "lock";
 constexpr int kFirstInheritedFd = 3;
 constexpr int kAttempts = 8;
 
@@ -46,15 +48,20 @@ void makeDirectories(const std::filesystem::path& directory,
 }
 
 // The lock, not the socket, says who owns the place: it goes with its process and
-// lets two services that start together see each other.
-bool lockDirectory(int directory, const std::string& path) {
-  if (::flock(directory, LOCK_EX | LOCK_NB) == 0) {
-    struct stat status = {};
-    // Gone from under us: the former owner just removed it.
-    return ::fstat(directory, &status) == 0 && status.st_nlink > 0;
+// lets two services that start together see each other. It is on a file of its own that
+// nobody else can open, since whoever may list the directory could lock that.
+// Empty when the file vanished.
+OwnedFd lockPlace(int directory, const std::string& path) {
+  OwnedFd lock(::openat(directory, kLockName, O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+  if (!lock && errno == ENOENT) return lock;
+  if (!lock) failBecause("cannot make the lock file beside " + path, errno);
+  if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno == EWOULDBLOCK) failOccupied(path);
+    failBecause("cannot lock the directory of " + path, errno);
   }
-  if (errno == EWOULDBLOCK) failOccupied(path);
-  failBecause("cannot lock the directory of " + path, errno);
+  struct stat status = {};
+  // Gone from under us: the former owner just removed it.
+  return ::fstat(lock.get(), &status) == 0 && status.st_nlink > 0 ? std::move(lock) : OwnedFd();
 }
 
 // Unlinks the socket of a dead service; a service that holds no lock may still live.
@@ -130,7 +137,8 @@ ControlSocket ControlSocket::listen(const std::string& runtimeDirectory, const s
     result.directory_ = OwnedFd(::open(directoryPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!result.directory_ && errno == ENOENT) continue;
     if (!result.directory_) failBecause("cannot open the directory " + directoryPath, errno);
-    if (!lockDirectory(result.directory_.get(), result.path_)) continue;
+    result.lock_ = lockPlace(result.directory_.get(), result.path_);
+    if (!result.lock_) continue;
     clearStale(result.directory_.get(), directoryPath, result.path_);
     result.fd_ = bindAndListen(result.directory_.get(), result.path_, mode, backlog);
     return result;
@@ -163,6 +171,7 @@ std::optional<ControlSocket> ControlSocket::inherited() {
 
 ControlSocket::~ControlSocket() {
   unlink();
+  if (lock_) ::unlinkat(directory_.get(), kLockName, 0);
   for (auto directory = made_.rbegin(); directory != made_.rend(); ++directory) {
     ::rmdir(directory->c_str());  // what others put there stays
   }

@@ -42,7 +42,8 @@ class ControlSocket {
   // Call it before other threads exist.
   static std::optional<ControlSocket> inherited();
 
-  // Closes, and removes the directories that listen() made as far as they are empty.
+  // Closes, and removes the lock file, and the directories that listen() made as far as they are
+  // empty.
   ~ControlSocket();
   ControlSocket(ControlSocket&&) = default;
   ControlSocket& operator=(ControlSocket&&) = delete;
@@ -57,7 +58,8 @@ class ControlSocket {
   ControlSocket() = default;
 
   OwnedFd fd_;
-  OwnedFd directory_;  // locked as long as the service lives; empty when inherited
+  OwnedFd directory_;  // empty when inherited
+  OwnedFd lock_;       // a file in it, locked as long as the service lives; empty when inherited
   std::string path_;
   std::vector<std::filesystem::path> made_;  // outermost first
 };

@@ -105,10 +105,11 @@ RequestRecords makeRecords(const OperatorOptions& options, bool isPrivate) {
 
 std::optional<int> runInsteadOfServing(const OperatorOptions& options,
                                        const JudgingOptions& judging) {
+  if (options.checkStore.empty() && options.explain.empty()) return {};
+  releaseSignals();  // nobody handles them here, and whoever waits may want to end it
   try {
     if (!options.checkStore.empty()) return tellOfStore(options.checkStore, judging.now);
-    if (!options.explain.empty()) return tellOfChain(options, judging);
-    return {};
+    return tellOfChain(options, judging);
   } catch (const std::exception& failure) {
     (void)std::fprintf(stderr, "trust-certmgrd: %s\n", failure.what());
     return kUnusable;

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <initializer_list>
 #include <stdexcept>
 
 #include <CLI/CLI.hpp>
@@ -22,6 +23,13 @@ constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
 constexpr int kManualSection = 8;
 constexpr std::size_t kColumns = 80;
+
+void maskSignals(int how, std::initializer_list<int> signals) {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int signal : signals) sigaddset(&set, signal);
+  pthread_sigmask(how, &set, nullptr);
+}
 
 int tell(const std::string& text) {
   (void)fputs(text.c_str(), stdout);
@@ -36,18 +44,15 @@ int failWith(const CLI::App& app, const std::exception& failure, int status) {
 }  // namespace
 
 void holdEndingSignals() {
-  sigset_t ending;
-  sigemptyset(&ending);
-  sigaddset(&ending, SIGTERM);
-  sigaddset(&ending, SIGINT);
-  pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+  maskSignals(SIG_BLOCK, {SIGTERM, SIGINT});
 }
 
 void holdHangups() {
-  sigset_t hangup;
-  sigemptyset(&hangup);
-  sigaddset(&hangup, SIGHUP);
-  pthread_sigmask(SIG_BLOCK, &hangup, nullptr);
+  maskSignals(SIG_BLOCK, {SIGHUP});
+}
+
+void releaseSignals() {
+  maskSignals(SIG_UNBLOCK, {SIGTERM, SIGINT, SIGHUP});
 }
 
 void occupyStandardFiles() {

@@ -20,6 +20,9 @@ void holdEndingSignals();
 // The same for SIGHUP, in a service that reloads on it.
 void holdHangups();
 
+// Takes back both, for what a service's program does in place of serving.
+void releaseSignals();
+
 // Opens /dev/null in place of standard input, output and error where they are closed: files that
 // are opened later must not pass for them.
 void occupyStandardFiles();

@@ -2,6 +2,7 @@
 
 #include <linux/capability.h>
 #include <sys/fsuid.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -58,6 +59,11 @@ bool usePrivileges(const Privileges& privileges) {
   return syscall(SYS_capset, &header, data) == 0;
 }
 
+// The kernel forgets this signal with every change of rights.
+void endWithParentBy(int signal) {
+  prctl(PR_SET_PDEATHSIG, signal);
+}
+
 std::vector<gid_t> ownGroups() {
   std::vector<gid_t> groups(static_cast<std::size_t>(getgroups(0, nullptr)));
   if (getgroups(static_cast<int>(groups.size()), groups.data()) < 0) {
@@ -77,10 +83,12 @@ UserIdentity::UserIdentity(const UserAccount& user) : gid_(getegid()), uid_(gete
   if (!getPrivileges(&privileges_)) {
     throw std::runtime_error("the service cannot tell its own rights");
   }
+  prctl(PR_GET_PDEATHSIG, &signalOfParentsEnd_);
   changed_ = true;
   // What root may do beside files, such as looking into processes, opens files as well.
   if (setThreadGroups(user.groups) && setFileGroup(user.gid) && setFileUser(user.uid) &&
       usePrivileges({})) {
+    endWithParentBy(signalOfParentsEnd_);
     return;
   }
   giveUp();
@@ -94,6 +102,7 @@ UserIdentity::~UserIdentity() {
 void UserIdentity::giveUp() const {
   if (usePrivileges(privileges_) && setFileUser(uid_) && setFileGroup(gid_) &&
       setThreadGroups(groups_)) {
+    endWithParentBy(signalOfParentsEnd_);
     return;
   }
   (void)fprintf(stderr, "%s: cannot return to its own rights\n", program_invocation_short_name);

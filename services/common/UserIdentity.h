@@ -12,6 +12,7 @@
 // While it lives, the files that this thread opens are opened with the rights of another user, and
 // with no privilege besides, so that nobody can have a file read that he could not read himself.
 // For a user that this process runs as anyway it does nothing. Other threads keep their rights.
+// The signal by which this thread ends with its parent, if there is one, stays.
 // When the own rights cannot be had back, the process ends at once.
 class UserIdentity {
  public:
@@ -32,6 +33,7 @@ class UserIdentity {
   void giveUp() const;
 
   bool changed_ = false;
+  int signalOfParentsEnd_ = 0;
   std::vector<gid_t> groups_;
   Privileges privileges_ = {};
   gid_t gid_;

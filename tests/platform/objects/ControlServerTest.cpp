@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -329,6 +330,23 @@ TEST_F(ControlServerTest, SecondServiceOfTheSameNameIsRefused) {
     EXPECT_THAT(failure.what(), StartsWith("another service is already listening on "));
   }
   EXPECT_EQ("res::still here", ask("still here"));
+}
+
+// Whoever may list a directory may lock it.
+TEST_F(ControlServerTest, DirectoryThatAStrangerLockedKeepsNoServiceOut) {
+  std::filesystem::create_directories(runtime_.path("services/echo"));
+  const OwnedFd directory(
+      open(runtime_.path("services/echo").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  ASSERT_EQ(0, flock(directory.get(), LOCK_EX | LOCK_NB));
+  start(echo);
+  EXPECT_EQ("res::hello", ask("hello"));
+}
+
+TEST_F(ControlServerTest, NobodyElseCanOpenWhatTheServiceLocks) {
+  start(echo);
+  struct stat status = {};
+  ASSERT_EQ(0, stat(runtime_.path("services/echo/lock").c_str(), &status));
+  EXPECT_EQ(0600U, status.st_mode & 07777);
 }
 
 TEST_F(ControlServerTest, SocketOfADeadServiceIsReplaced) {

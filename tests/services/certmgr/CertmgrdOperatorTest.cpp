@@ -1,7 +1,11 @@
 // What the real program tells whoever runs it, and how it makes answers fit.
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -134,6 +138,30 @@ TEST_F(CertmgrdTest, CheckOfAStoreThatIsMissingEndsWithStatusTwo) {
   EXPECT_EQ("trust-certmgrd: cannot read the directory " + files_.path("gone") +
                 ": No such file or directory\n",
             check.errors());
+}
+
+// It writes more than the reader takes, and so waits until it is ended.
+TEST_F(CertmgrdTest, CheckOfAStoreCanBeEnded) {
+  for (int i = 0; i < 1000; ++i) files_.write("many/" + std::to_string(i) + ".pem", "x");
+  int ends[2];
+  ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
+  OwnedFd readEnd(ends[0]);
+  OwnedFd writeEnd(ends[1]);
+  const pid_t child = fork();
+  if (child == 0) {
+    dup2(writeEnd.get(), STDOUT_FILENO);
+    execl(CERTMGRD, "trust-certmgrd", "--check-store", files_.path("many").c_str(), nullptr);
+    _exit(127);
+  }
+  writeEnd = OwnedFd();
+  pollfd event = {readEnd.get(), POLLIN, 0};
+  poll(&event, 1, -1);
+  kill(child, SIGTERM);
+  readEnd = OwnedFd();  // so that it ends in any case
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFSIGNALED(status));
+  EXPECT_EQ(SIGTERM, WTERMSIG(status));
 }
 
 TEST_F(CertmgrdTest, ExplanationOfAValidChainEndsWithStatusZero) {

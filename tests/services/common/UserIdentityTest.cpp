@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -80,6 +81,31 @@ TEST_F(UserIdentityTest, AllPrivilegesReturnAtItsEnd) {
   const std::string before = privileges();
   { const UserIdentity identity(lookUpUser(kStranger, kStranger)); }
   EXPECT_EQ(before, privileges());
+}
+
+// The signal by which this process ends with its parent.
+class SignalOfTheParentsEndTest : public UserIdentityTest {
+ protected:
+  SignalOfTheParentsEndTest() { prctl(PR_SET_PDEATHSIG, SIGURG); }
+  ~SignalOfTheParentsEndTest() override { prctl(PR_SET_PDEATHSIG, 0); }
+
+  static int signal() {
+    int number = -1;
+    prctl(PR_GET_PDEATHSIG, &number);
+    return number;
+  }
+};
+
+TEST_F(SignalOfTheParentsEndTest, StaysWhileItLives) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root acts for others";
+  const UserIdentity identity(lookUpUser(kStranger, kStranger));
+  EXPECT_EQ(SIGURG, signal());
+}
+
+TEST_F(SignalOfTheParentsEndTest, StaysAfterItsEnd) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root acts for others";
+  { const UserIdentity identity(lookUpUser(kStranger, kStranger)); }
+  EXPECT_EQ(SIGURG, signal());
 }
 
 TEST_F(UserIdentityTest, OtherThreadsKeepTheirRights) {

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <filesystem>
 #include <iterator>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -154,6 +155,16 @@ TEST_F(CertmgrdIsolationTest, WorkerThatHangsEndsWithAServiceThatIsKilled) {
   kill(worker, SIGSTOP);
   service_->end(SIGKILL);
   watched.awaitEnd();
+}
+
+// Whoever holds the socket that the service listens on keeps its place taken.
+TEST_F(CertmgrdIsolationTest, WorkerHasNoSocketOfTheServices) {
+  const pid_t worker = startWithOneWorker({"--no-sandbox"});
+  std::set<std::string> shared = socketsOf(worker);
+  const std::set<std::string> services = socketsOf(service_->pid());
+  ASSERT_FALSE(services.empty());
+  for (const std::string& inherited : socketsOf(getpid())) shared.erase(inherited);
+  for (const std::string& socket : shared) EXPECT_EQ(0U, services.count(socket)) << socket;
 }
 
 TEST_F(CertmgrdIsolationTest, HangupEndsNeitherTheServiceNorItsWorkers) {

@@ -9,8 +9,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "tests/services/certmgr/CertmgrdFixture.h"
@@ -64,6 +66,18 @@ class CertmgrdIsolationTest : public CertmgrdTest {
     const ssize_t length = ::read(fd.get(), answer.data(), answer.size());
     answer.resize(length < 0 ? 0 : static_cast<size_t>(length));
     return answer;
+  }
+
+  // The sockets that a process has open, by the names that the kernel gives them.
+  static std::set<std::string> socketsOf(pid_t process) {
+    std::set<std::string> sockets;
+    for (const auto& fd :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/fd")) {
+      std::error_code gone;
+      const std::string target = std::filesystem::read_symlink(fd.path(), gone).string();
+      if (target.rfind("socket:", 0) == 0) sockets.insert(target);
+    }
+    return sockets;
   }
 
   // A value of /proc/PROCESS/status, as it stands there.
