@@ -126,19 +126,22 @@ class CallRunner {
     CodecTree tree;
     tree.kind = Kind::integer;
     tree.number = bytes_.number();
-    addScalar(name, std::move(tree), pps_encoder_add_int(&encoder_, name, tree.number));
+    const int result = pps_encoder_add_int(&encoder_, name, tree.number);
+    addScalar(name, std::move(tree), result);
   }
   void addFlag(const char* name) {
     CodecTree tree;
     tree.kind = Kind::boolean;
     tree.number = static_cast<int>(bytes_.byte() & 1U);
-    addScalar(name, std::move(tree), pps_encoder_add_bool(&encoder_, name, tree.number != 0));
+    const int result = pps_encoder_add_bool(&encoder_, name, tree.number != 0);
+    addScalar(name, std::move(tree), result);
   }
   void addText(const char* name) {
     CodecTree tree;
     tree.kind = Kind::string;
     tree.text = bytes_.text();
-    addScalar(name, tree, pps_encoder_add_string(&encoder_, name, tree.text.c_str()));
+    const int result = pps_encoder_add_string(&encoder_, name, tree.text.c_str());
+    addScalar(name, std::move(tree), result);
   }
   void addScalar(const char* name, CodecTree tree, int result) {
     if (!went(result)) return;

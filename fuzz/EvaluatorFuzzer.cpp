@@ -124,7 +124,7 @@ bool isSame(const Evaluation& one, const Evaluation& other) {
 }
 
 // Of two judged at different moments.
-bool isSameVerdict(Evaluation one, Evaluation other) {
+bool isSameVerdict(Evaluation one, const Evaluation& other) {
   one.from = other.from;
   one.until = other.until;
   return isSame(one, other);

@@ -2,15 +2,15 @@
 #define FUZZ_PROPERTY_H
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
+#include <iostream>
 #include <string_view>
 
 // Ends the program with a word of explanation when a property does not hold, so that libFuzzer
 // keeps the input and a seed's test fails.
 inline void require(bool holds, const char* property) {
   if (holds) return;
-  std::fprintf(stderr, "this does not hold: %s\n", property);
+  std::cerr << "this does not hold: " << property << "\n";
   std::abort();
 }
 

@@ -1,10 +1,10 @@
 // Writes the seeds that are DER. Those for the evaluator that are signed with the fixed key come
 // out the same every time; the others differ in keys and signatures.
 
-#include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -343,13 +343,13 @@ class Seeds {
 
 int main(int argc, char** argv) {
   if (argc != 2) {
-    std::fprintf(stderr, "usage: %s fuzz/seeds\n", argv[0]);
+    std::cerr << "usage: " << argv[0] << " fuzz/seeds\n";
     return 2;
   }
   try {
     Seeds(argv[1]).saveAll();
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
+    std::cerr << argv[0] << ": " << error.what() << "\n";
     return 1;
   }
   return 0;
