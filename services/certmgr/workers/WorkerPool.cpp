@@ -14,10 +14,23 @@ std::string WorkerPool::answer(const ControlRequest& request) {
     throw std::runtime_error("the service had no time for the request; ask again later");
   }
   std::unique_ptr<WorkerProcess> worker = take();
-  std::string answer = worker->ask(WorkerMessage{generation_, request}.encode(), until);
+  std::string answer;
+  try {
+    answer = worker->ask(WorkerMessage{generation_, request}.encode(), until);
+  } catch (const std::exception&) {
+    bury(std::move(worker));
+    throw;
+  }
   const std::lock_guard<std::mutex> lock(mutex_);
   idle_.push_back(std::move(worker));
   return answer;
+}
+
+// Whoever asked is not kept waiting for a process that cannot end yet.
+void WorkerPool::bury(std::unique_ptr<WorkerProcess> worker) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  std::erase_if(dying_, [](const auto& one) { return one->tryEnd(); });
+  if (!worker->tryEnd()) dying_.push_back(std::move(worker));
 }
 
 std::unique_ptr<WorkerProcess> WorkerPool::take() {

@@ -30,12 +30,14 @@ class WorkerPool {
 
  private:
   std::unique_ptr<WorkerProcess> take();
+  void bury(std::unique_ptr<WorkerProcess> worker);
 
   const WorkerCommand command_;
   const std::chrono::seconds deadline_;
   std::atomic<std::uint64_t> generation_{0};
   std::mutex mutex_;
-  std::vector<std::unique_ptr<WorkerProcess>> idle_;  // the one used last at the end
+  std::vector<std::unique_ptr<WorkerProcess>> idle_;   // the one used last at the end
+  std::vector<std::unique_ptr<WorkerProcess>> dying_;  // that did not end at once
 };
 
 #endif

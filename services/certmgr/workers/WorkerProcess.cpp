@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <stdexcept>
 #include <system_error>
+#include <thread>
 
 #include "platform/objects/ControlServer.h"
 #include "services/certmgr/workers/WorkerMessage.h"
@@ -22,6 +23,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr int kUnknownStatus = -1;
+
+// How long whoever asked waits for the end of a process that was killed: most take a few
+// milliseconds.
+constexpr int kPausesToEnd = 200;
+constexpr std::chrono::milliseconds kPause{5};
 
 [[noreturn]] void failToStart(int error) {
   throw std::runtime_error("cannot start a worker process: " +
@@ -91,7 +97,7 @@ WorkerProcess::WorkerProcess(const WorkerCommand& command) {
 }
 
 WorkerProcess::~WorkerProcess() {
-  if (process_ != -1) end();
+  if (process_ != -1 && !givenUp_) end();
 }
 
 bool WorkerProcess::isAlive() const {
@@ -110,7 +116,7 @@ std::string WorkerProcess::ask(const std::string& message, Clock::time_point unt
     if (count < 0 && errno != EINTR) failEnded();
     if (count > 0) break;
     if (count == 0 && Clock::now() >= until) {
-      end();
+      for (int i = 0; i < kPausesToEnd && !tryEnd(); ++i) std::this_thread::sleep_for(kPause);
       throw std::runtime_error(
           "there is no verdict within the time that a request may take; ask again, or start the "
           "service with a longer --deadline");
@@ -129,6 +135,15 @@ void WorkerProcess::failEnded() {
       "the process that worked on this request " +
       (status == kUnknownStatus ? std::string("has gone") : describe(status)) +
       "; nothing was decided: ask again, and report the certificates if it happens again");
+}
+
+bool WorkerProcess::tryEnd() {
+  givenUp_ = true;
+  if (process_ == -1) return true;
+  ::kill(process_, SIGKILL);
+  if (::waitpid(process_, nullptr, WNOHANG) == 0) return false;
+  process_ = -1;
+  return true;
 }
 
 int WorkerProcess::end() {

@@ -22,7 +22,7 @@ class WorkerProcess {
   // Starts it; whether it serves shows with the first request. Throws std::runtime_error, fit for
   // an answer, when the system has no room for it.
   explicit WorkerProcess(const WorkerCommand& command);
-  // Ends it, whatever it does.
+  // Ends it, whatever it does. Waits for that unless tryEnd() was called before.
   ~WorkerProcess();
   WorkerProcess(const WorkerProcess&) = delete;
   WorkerProcess& operator=(const WorkerProcess&) = delete;
@@ -34,12 +34,17 @@ class WorkerProcess {
   // one or has given none by `until`; it is of no use after that.
   std::string ask(const std::string& message, std::chrono::steady_clock::time_point until);
 
+  // Ends it, and never waits. False while the kernel holds on to it, as it does when a file system
+  // hangs: to be called again later.
+  bool tryEnd();
+
  private:
   [[noreturn]] void failEnded();
   int end();
 
   OwnedFd socket_;
   pid_t process_ = -1;
+  bool givenUp_ = false;
 };
 
 #endif

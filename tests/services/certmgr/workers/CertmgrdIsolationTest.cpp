@@ -1,5 +1,7 @@
 // Workers of the real program that die, hang or run out of something.
+#include <sys/ptrace.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -119,6 +121,19 @@ TEST_F(CertmgrdIsolationTest, CountersGoOnWhereAWorkerIsReplaced) {
   watched.awaitEnd();
   ask(text_);
   EXPECT_THAT(ask("msg::getcounters\nid::1\n"), HasSubstr(R"("valid":"2")"));
+}
+
+// One that is traced cannot be waited for by its parent before its tracer has done so: as when
+// the kernel holds on to a process.
+TEST_F(CertmgrdIsolationTest, WorkerThatCannotEndKeepsNoAnswerBack) {
+  const pid_t worker = startWithOneWorker({"--deadline=1", "--workers=1", "--no-sandbox"});
+  if (ptrace(PTRACE_SEIZE, worker, nullptr, nullptr) != 0) GTEST_SKIP() << "nobody may trace here";
+  kill(worker, SIGSTOP);
+  EXPECT_THAT(ask(text_), StartsWith("err::there is no verdict within the time"));
+  EXPECT_THAT(ask(text_), HasSubstr(kValid));
+  int status = 0;
+  while (waitpid(worker, &status, __WALL) == worker && WIFSTOPPED(status)) {
+  }
 }
 
 // However many hang, nobody waits for more than one deadline.
