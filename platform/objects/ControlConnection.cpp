@@ -115,7 +115,9 @@ ControlRequest ControlConnection::describeRequest(std::string text) const {
 void ControlConnection::watchForHangup() {
   descriptor_.async_wait(asio::posix::descriptor_base::wait_error,
                          [self = shared_from_this()](const asio::error_code& error) {
-                           if (!error) self->cancellation_.request_stop();
+                           if (error) return;
+                           self->gone_ = true;
+                           self->cancellation_.request_stop();
                          });
 }
 

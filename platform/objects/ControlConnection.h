@@ -1,6 +1,7 @@
 #ifndef PLATFORM_OBJECTS_CONTROLCONNECTION_H
 #define PLATFORM_OBJECTS_CONTROLCONNECTION_H
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <functional>
@@ -14,7 +15,7 @@
 
 #include "platform/objects/ControlRequest.h"
 
-// One client of a ControlServer, from its connection to the answer. Every method
+// One client of a ControlServer, from its connection to the answer. Every method but isGone()
 // belongs to the event loop's thread; pending operations keep the object alive.
 class ControlConnection : public std::enable_shared_from_this<ControlConnection> {
  public:
@@ -32,6 +33,8 @@ class ControlConnection : public std::enable_shared_from_this<ControlConnection>
   void answer(std::string text);
   // Whether the client has not sent anything yet, not even what still waits to be read.
   bool isSilent();
+  // Whether the client hung up after its request. From any thread.
+  bool isGone() const { return gone_; }
   void close();
   // The server is stopping: closes a client that has not asked anything yet, and
   // cancels the handler of one that has.
@@ -48,6 +51,7 @@ class ControlConnection : public std::enable_shared_from_this<ControlConnection>
   Hooks hooks_;
   std::stop_source cancellation_;
   std::string answer_;
+  std::atomic<bool> gone_{false};
   bool asked_ = false;
   bool answering_ = false;
   // The last, so that nothing can fail once the descriptor is taken over.

@@ -211,7 +211,7 @@ class ControlServer::Impl {
   struct Exchange {
     std::shared_ptr<ControlConnection> connection;
     ControlRequest request;
-    std::string answer{};  // empty when there is no memory even for an error
+    std::string answer{};  // empty when there is no memory even for an error, or no client
   };
 
   void dispatch(std::shared_ptr<ControlConnection> connection, ControlRequest request) {
@@ -220,7 +220,10 @@ class ControlServer::Impl {
     asio::post(*workers_, [this, exchange = std::move(exchange),
                            work = asio::make_work_guard(loop_)]() mutable {
       try {
-        exchange->answer = answerWith(handler_, exchange->request);
+        // Nobody waits for the answer to what stood in the queue for a client that left.
+        if (!exchange->connection->isGone()) {
+          exchange->answer = answerWith(handler_, exchange->request);
+        }
       } catch (const std::bad_alloc&) {
         exchange->answer.clear();
       }

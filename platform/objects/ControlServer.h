@@ -29,7 +29,8 @@ struct ControlServerOptions {
 };
 
 // Serves one control object: one request and one answer a connection. Clients are
-// read by one event loop, so a silent one holds no worker; handlers run on workers.
+// read by one event loop, so a silent one holds no worker; handlers run on workers, and
+// not for a client that has gone by then.
 //
 // An answer is `err::<text>` in place of the handler's when the request is too
 // large, the handler throws, or the answer is longer than kMaxAnswerBytes.

@@ -305,6 +305,33 @@ TEST_F(ControlServerTest, SocketIsOpenToAllAndItsDirectoriesAreReadable) {
   EXPECT_EQ(0755U, status.st_mode & 07777);
 }
 
+TEST_F(ControlServerTest, RequestOfAClientThatLeftTheQueueIsNotHandled) {
+  std::promise<void> begun;
+  std::promise<void> released;
+  std::atomic<int> handled{0};
+  ControlServerOptions options;
+  options.workers = 1;
+  start(
+      [&](const ControlRequest& request) {
+        if (++handled == 1) {
+          begun.set_value();
+          released.get_future().wait();
+        }
+        return echo(request);
+      },
+      options);
+  const OwnedFd first = send("first");
+  begun.get_future().wait();
+  send("of one that leaves");
+  // The event loop answers these by itself, the second one only after it has seen him go.
+  const std::string tooLong(options.maxRequestBytes + 1, 'x');
+  ask(tooLong);
+  ask(tooLong);
+  released.set_value();
+  EXPECT_EQ("res::last", ask("last"));
+  EXPECT_EQ(2, handled);
+}
+
 TEST_F(ControlServerTest, NothingIsLeftAfterAStop) {
   start(echo);
   stop();
