@@ -1,10 +1,10 @@
 #ifndef SERVICES_CERTMGR_PATH_FINDING_H
 #define SERVICES_CERTMGR_PATH_FINDING_H
 
-#include <compare>
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include "services/certmgr/Warnings.h"
 
@@ -47,7 +47,11 @@ struct Finding {
   std::size_t member = 0;  // its place in the path, 0 being the leaf
   std::string evidence;    // what was seen, printable: "not after 2025-12-31T23:59:59Z"
 
-  auto operator<=>(const Finding&) const = default;
+  bool operator==(const Finding&) const = default;
+  bool operator<(const Finding& other) const {
+    return std::tie(reason, member, evidence) <
+           std::tie(other.reason, other.member, other.evidence);
+  }
 };
 
 // The bit that clients know it by.

@@ -174,6 +174,8 @@ PublicKey::PublicKey(std::string_view info) : identity_(sha256Of(info)) {
     algorithm.expectEnd();
   } catch (const DerError&) {
     kind_ = Kind::other;
+    name_ = "unknown";
+    bits_ = 0;
   }
 }
 
