@@ -12,6 +12,7 @@
 
 #include "services/common/UserIdentity.h"
 #include "tests/services/certmgr/CertmgrdFixture.h"
+#include "tests/services/certmgr/workers/ChildResult.h"
 
 namespace {
 
@@ -33,22 +34,10 @@ class CertmgrdPeerTest : public CertmgrdTest {
 
   // What a stranger is answered.
   static std::string askAsStranger(const std::string& text) {
-    int ends[2];
-    if (pipe(ends) != 0) throw std::runtime_error("no pipe");
-    const OwnedFd readEnd(ends[0]);
-    OwnedFd writeEnd(ends[1]);
-    const pid_t child = fork();
-    if (child == 0) {
+    return resultOfChild([&text] {
       if (!becomeUser({kStranger, kStranger, {}, "", ""})) _exit(1);
-      const std::string answer = ask(text);
-      _exit(::write(writeEnd.get(), answer.data(), answer.size()) < 0 ? 1 : 0);
-    }
-    writeEnd = OwnedFd();
-    std::string answer(20000, '\0');
-    const ssize_t length = read(readEnd.get(), answer.data(), answer.size());
-    waitpid(child, nullptr, 0);
-    answer.resize(length < 0 ? 0 : static_cast<size_t>(length));
-    return answer;
+      return ask(text);
+    });
   }
 
   std::string leaf_;

@@ -18,6 +18,7 @@
 
 #include "platform/objects/ControlSocket.h"
 #include "services/common/UserIdentity.h"
+#include "tests/services/certmgr/workers/ChildResult.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace {
@@ -67,24 +68,12 @@ class PeerFilesTest : public testing::Test {
   static uid_t userOfTheService() { return geteuid() == 0 ? kUserOfTheService : geteuid(); }
 
   static std::string readFor(const ControlRequest& request, const std::string& path) {
-    int ends[2];
-    if (pipe(ends) != 0) throw std::runtime_error("no pipe");
-    const OwnedFd readEnd(ends[0]);
-    OwnedFd writeEnd(ends[1]);
-    const pid_t child = fork();
-    if (child == 0) {
+    return resultOfChild([&] {
       if (geteuid() == 0 && !becomeUser({kUserOfTheService, kUserOfTheService, {}, "", ""})) {
         _exit(1);
       }
-      const std::string result = ::readFor(request, path);
-      _exit(::write(writeEnd.get(), result.data(), result.size()) < 0 ? 1 : 0);
-    }
-    writeEnd = OwnedFd();
-    std::string result(4096, '\0');
-    const ssize_t length = ::read(readEnd.get(), result.data(), result.size());
-    waitpid(child, nullptr, 0);
-    result.resize(length < 0 ? 0 : static_cast<size_t>(length));
-    return result;
+      return ::readFor(request, path);
+    });
   }
 
   static std::string readForPeer(const std::string& path, Groups groups = {{}}) {
