@@ -72,7 +72,7 @@ Verdict describe(const CertificateTrustInfo& info) {
 }
 
 std::string describeFailure(const std::string& reason, const char* advice) {
-  if (reason.find("the answer is longer than") != std::string::npos) {
+  if (reason.find("more than an answer of ") != std::string::npos) {
     return "no verdict on this chain: its certificates carry more names than the certificate "
            "services can answer with";
   }

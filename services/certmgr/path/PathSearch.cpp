@@ -140,6 +140,13 @@ class PathSearch {
     return known->second;
   }
 
+  // Whoever it shares its name with, nobody else issued it.
+  bool isSelfSigned(const ParsedCertificate& certificate) {
+    if (!certificate.isSelfIssued()) return false;
+    const auto state = signatureOf(certificate, *certificate.key);
+    return state && isFromThatKey(*state);
+  }
+
   void extend() {
     const CertificatePtr top = path_.back();
     const std::vector<Candidate> candidates = candidatesFor(*top);
@@ -153,8 +160,9 @@ class PathSearch {
     }
     if (isDone() && best_.pathsTried > 0) return;
     if (anyIssued) return;
-    const bool hasStandIn =
-        !candidates.empty() && candidates.front().fit != Candidate::Fit::excluded;
+    const bool hasStandIn = !candidates.empty() &&
+                            candidates.front().fit != Candidate::Fit::excluded &&
+                            !isSelfSigned(*top);
     if (hasStandIn && !budget_.isSpent()) return climb(candidates.front());
     judge(nullptr);
   }

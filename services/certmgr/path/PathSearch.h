@@ -23,9 +23,9 @@ struct PathInput {
 // The issuers of a certificate are those that bear its issuer's name, from the store and from
 // what came along. They are tried in one fixed order: those that its key identifiers point at
 // first and those they exclude last; then anchors; then those that are in their time; then by
-// fingerprint. Whose key did not sign the certificate is passed over, unless nobody's did: then
-// the first whom its key identifiers do not exclude stands for the issuer, with a finding. No
-// path visits a name with the same key twice.
+// fingerprint. Whose key did not sign the certificate is passed over, unless nobody's did, nor
+// its own: then the first whom its key identifiers do not exclude stands for the issuer, with a
+// finding. No path visits a name with the same key twice.
 //
 // The first path without findings is chosen. Failing that, of all paths: one that ends in an
 // anchor before others; then the one with the fewest kinds of warnings; then with the fewest
