@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/Sanitized.h"
 #include "tests/tools/exceptions/ExceptionsFixture.h"
 
 // Kills runs of the program at random points of their work on a store: just before one of the
@@ -17,13 +18,7 @@ class KillTest : public ExceptionsTest {
 
   // How often to kill, where so often is usual: sanitizers make runs slow, and find no more in
   // many of them.
-  static constexpr int killsOf(int usual) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return usual / 5;
-#else
-    return usual;
-#endif
-  }
+  static constexpr int killsOf(int usual) { return kSanitized ? usual / 5 : usual; }
 
   // Lets a run end, which must succeed. Returns how many points there are in it.
   int complete(const std::vector<std::string>& arguments);

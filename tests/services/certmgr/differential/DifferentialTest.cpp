@@ -14,17 +14,13 @@
 #include "tests/services/certmgr/ConformanceDocument.h"
 #include "tests/services/certmgr/differential/DifferentialRun.h"
 #include "tests/services/certmgr/differential/DisagreementClasses.h"
+#include "tests/support/Sanitized.h"
 
 namespace {
 
 // Enough for every class to be seen; fewer where each chain takes ten times as long.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr std::uint64_t kDefaultCount = 1000;
-constexpr bool kSeesAll = false;
-#else
-constexpr std::uint64_t kDefaultCount = 2000;
-constexpr bool kSeesAll = true;
-#endif
+constexpr std::uint64_t kDefaultCount = kSanitized ? 1000 : 2000;
+constexpr bool kSeesAll = !kSanitized;
 
 DifferentialOptions options{3, 0, kDefaultCount};
 

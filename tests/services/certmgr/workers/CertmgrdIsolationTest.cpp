@@ -17,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/services/certmgr/workers/IsolationFixture.h"
+#include "tests/support/Sanitized.h"
 
 namespace {
 
@@ -24,14 +25,6 @@ using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
-
-#if defined __SANITIZE_ADDRESS__ || defined __SANITIZE_THREAD__
-constexpr bool kSanitized = true;
-#elif defined __has_feature
-constexpr bool kSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool kSanitized = false;
-#endif
 
 constexpr const char* kValid = "\"validity\":\"VALID\"";
 

@@ -1,0 +1,14 @@
+#ifndef TESTS_SUPPORT_SANITIZED_H
+#define TESTS_SUPPORT_SANITIZED_H
+
+// Whether this is a build with AddressSanitizer or ThreadSanitizer: slower by far, in need of
+// memory in advance and of descriptors of its own.
+#if defined __SANITIZE_ADDRESS__ || defined __SANITIZE_THREAD__
+constexpr bool kSanitized = true;
+#elif defined __has_feature
+constexpr bool kSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+constexpr bool kSanitized = false;
+#endif
+
+#endif
