@@ -29,25 +29,25 @@ constexpr auto kEd448 = "\x2b\x65\x71"sv;
 
 struct Curve {
   std::string_view oid;
-  int nid;
   const char* group;
   const char* name;
-  unsigned bits;
   std::int64_t checkCost;  // measured, rounded up
+  int nid;
+  unsigned bits;
 };
 constexpr Curve kCurves[] = {
-    {"\x2a\x86\x48\xce\x3d\x03\x01\x07"sv, NID_X9_62_prime256v1, "prime256v1", "EC P-256", 256,
-     75'000},
-    {"\x2b\x81\x04\x00\x22"sv, NID_secp384r1, "secp384r1", "EC P-384", 384, 800'000},
-    {"\x2b\x81\x04\x00\x23"sv, NID_secp521r1, "secp521r1", "EC P-521", 521, 900'000},
-    {"\x2b\x81\x04\x00\x21"sv, NID_secp224r1, "secp224r1", "EC P-224", 224, 500'000},
-    {"\x2b\x81\x04\x00\x0a"sv, NID_secp256k1, "secp256k1", "EC secp256k1", 256, 500'000},
-    {"\x2b\x24\x03\x03\x02\x08\x01\x01\x07"sv, NID_brainpoolP256r1, "brainpoolP256r1",
-     "EC brainpoolP256r1", 256, 500'000},
-    {"\x2b\x24\x03\x03\x02\x08\x01\x01\x0b"sv, NID_brainpoolP384r1, "brainpoolP384r1",
-     "EC brainpoolP384r1", 384, 900'000},
-    {"\x2b\x24\x03\x03\x02\x08\x01\x01\x0d"sv, NID_brainpoolP512r1, "brainpoolP512r1",
-     "EC brainpoolP512r1", 512, 1'500'000},
+    {"\x2a\x86\x48\xce\x3d\x03\x01\x07"sv, "prime256v1", "EC P-256", 75'000, NID_X9_62_prime256v1,
+     256},
+    {"\x2b\x81\x04\x00\x22"sv, "secp384r1", "EC P-384", 800'000, NID_secp384r1, 384},
+    {"\x2b\x81\x04\x00\x23"sv, "secp521r1", "EC P-521", 900'000, NID_secp521r1, 521},
+    {"\x2b\x81\x04\x00\x21"sv, "secp224r1", "EC P-224", 500'000, NID_secp224r1, 224},
+    {"\x2b\x81\x04\x00\x0a"sv, "secp256k1", "EC secp256k1", 500'000, NID_secp256k1, 256},
+    {"\x2b\x24\x03\x03\x02\x08\x01\x01\x07"sv, "brainpoolP256r1", "EC brainpoolP256r1", 500'000,
+     NID_brainpoolP256r1, 256},
+    {"\x2b\x24\x03\x03\x02\x08\x01\x01\x0b"sv, "brainpoolP384r1", "EC brainpoolP384r1", 900'000,
+     NID_brainpoolP384r1, 384},
+    {"\x2b\x24\x03\x03\x02\x08\x01\x01\x0d"sv, "brainpoolP512r1", "EC brainpoolP512r1", 1'500'000,
+     NID_brainpoolP512r1, 512},
 };
 
 const Curve* curveNamed(const char* group) {

@@ -177,7 +177,8 @@ std::string StoreItem::nameHash() const {
 }
 
 std::string StoreItem::fingerprint() const {
-  return isList() ? list->fingerprint : certificate->fingerprint;
+  if (list != nullptr) return list->fingerprint;
+  return certificate->fingerprint;
 }
 
 std::vector<StoreItem> itemsOf(PemContent content) {
