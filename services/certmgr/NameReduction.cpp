@@ -8,17 +8,11 @@
 #include <unordered_set>
 #include <utility>
 
+#include "services/common/LowerCase.h"
+
 namespace {
 
 constexpr std::string_view kDnsPrefix = "DNS:";
-
-std::string toLower(std::string_view text) {
-  std::string lower(text);
-  for (char& c : lower) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return lower;
-}
 
 bool isDns(const std::string& name) {
   return name.starts_with(kDnsPrefix);
@@ -34,7 +28,7 @@ struct SplitName {
 // labels, so what such a name covers is better left alone.
 std::optional<SplitName> split(const std::string& entry) {
   if (!isDns(entry)) return {};
-  std::string name = toLower(std::string_view(entry).substr(kDnsPrefix.size()));
+  std::string name = lowerCase(std::string_view(entry).substr(kDnsPrefix.size()));
   const std::size_t dot = name.find('.');
   if (dot == 0 || dot == std::string::npos || name.back() == '.' ||
       name.find("..") != std::string::npos || name.find(' ') != std::string::npos) {
@@ -97,7 +91,8 @@ void dropOtherNames(std::vector<std::string>& names) {
 
 void dropDuplicateNames(std::vector<std::string>& names) {
   std::unordered_set<std::string> seen;
-  std::erase_if(names, [&](const std::string& name) { return !seen.insert(toLower(name)).second; });
+  std::erase_if(names,
+                [&](const std::string& name) { return !seen.insert(lowerCase(name)).second; });
 }
 
 void dropCoveredNames(std::vector<std::string>& names) {

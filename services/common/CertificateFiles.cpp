@@ -13,7 +13,6 @@
 #include <system_error>
 
 #include <openssl/err.h>
-#include <openssl/evp.h>
 
 namespace {
 
@@ -65,14 +64,13 @@ std::string readFile(const OwnedFd& fd, const std::string& path, std::size_t max
   }
 }
 
-X509Ptr parseCertificate(const std::string& path, const std::string& der) {
+void requireCertificate(const std::string& path, const std::string& der) {
   const auto* begin = reinterpret_cast<const unsigned char*>(der.data());
   const unsigned char* at = begin;
-  X509Ptr certificate(d2i_X509(nullptr, &at, static_cast<long>(der.size())));
+  const X509Ptr certificate(d2i_X509(nullptr, &at, static_cast<long>(der.size())));
   ERR_clear_error();
   if (certificate == nullptr) fail(path, "it holds no DER certificate");
   if (at != begin + der.size()) fail(path, "there are bytes after its certificate");
-  return certificate;
 }
 
 }  // namespace
@@ -95,13 +93,9 @@ std::string readCertificateFile(const OwnedFd& file, const std::string& path) {
   return readFile(file, path, kMaxCertificateBytes, nullptr);
 }
 
-X509Ptr readDerCertificate(const std::string& path) {
-  return parseCertificate(path, readCertificateFile(path));
-}
-
 CertificateDer readCertificateBytes(const std::string& path) {
   const std::string der = readCertificateFile(path);
-  parseCertificate(path, der);
+  requireCertificate(path, der);
   return {der.begin(), der.end()};
 }
 
@@ -112,18 +106,4 @@ std::string derOf(X509* certificate) {
   auto* out = reinterpret_cast<unsigned char*>(der.data());
   i2d_X509(certificate, &out);
   return der;
-}
-
-std::string fingerprintOf(const X509* certificate) {
-  unsigned char digest[EVP_MAX_MD_SIZE];
-  unsigned length = 0;
-  if (X509_digest(certificate, EVP_sha256(), digest, &length) != 1) {
-    throw std::runtime_error("a certificate cannot be hashed");
-  }
-  std::string hex;
-  for (unsigned i = 0; i < length; ++i) {
-    hex += "0123456789abcdef"[digest[i] >> 4];
-    hex += "0123456789abcdef"[digest[i] & 0xf];
-  }
-  return hex;
 }

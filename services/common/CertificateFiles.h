@@ -27,15 +27,9 @@ std::string readCertificateFile(const std::string& path);
 std::string readCertificateFile(const OwnedFd& file, const std::string& path);
 
 // The same for a file that holds exactly one certificate as DER.
-X509Ptr readDerCertificate(const std::string& path);
-
-// The same, but gives the bytes of the file.
 CertificateDer readCertificateBytes(const std::string& path);
 
 // The certificate as DER. Throws std::runtime_error when OpenSSL cannot.
 std::string derOf(X509* certificate);
-
-// The SHA-256 of the certificate as DER, 64 lower-case hexadecimal digits.
-std::string fingerprintOf(const X509* certificate);
 
 #endif

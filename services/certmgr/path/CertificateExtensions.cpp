@@ -193,8 +193,7 @@ void readDistributionPoints(std::string_view value, bool, ParsedCertificate& cer
       point.names = std::move(name.names);
       point.relativeName = name.relativeName;
     }
-    point.hasReasons = parts.nextIs(DerReader::context(1));
-    if (point.hasReasons) parts.take();
+    if (parts.nextIs(DerReader::context(1))) parts.take();  // reasons, of which none is left out
     if (parts.nextIs(DerReader::context(2, true))) {
       point.issuers = directoryNames(parts.content(DerReader::context(2, true)));
     }

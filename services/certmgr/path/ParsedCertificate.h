@@ -49,7 +49,6 @@ struct DistributionPoint {
   std::vector<GeneralName> names;
   std::string_view relativeName;  // a RelativeDistinguishedName's content, below the issuer
   std::vector<DistinguishedName> issuers;  // of the list, where it is not the certificate's
-  bool hasReasons = false;
 };
 
 // Everything about a certificate that judging it takes, read once and never changed, so any

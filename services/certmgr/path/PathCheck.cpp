@@ -157,6 +157,11 @@ void checkMembers(const std::vector<CertificatePtr>& path, const Anchor* anchor,
   MemberCheck(path, anchor, moment, findings).run();
 }
 
+bool isInTime(const ParsedCertificate& certificate, Moment& moment) {
+  return certificate.notBefore && certificate.notAfter &&
+         moment.hasReached(*certificate.notBefore) && !moment.hasReached(*certificate.notAfter + 1);
+}
+
 bool namesOtherKey(const ParsedCertificate& certificate, const ParsedCertificate& issuer) {
   if (!certificate.authorityKey) return false;
   const AuthorityKey& named = *certificate.authorityKey;

@@ -13,6 +13,9 @@
 void checkMembers(const std::vector<CertificatePtr>& path, const Anchor* anchor, Moment& moment,
                   std::vector<Finding>& findings);
 
+// Whether `moment` lies in the time of the certificate; one without a readable time has none.
+bool isInTime(const ParsedCertificate& certificate, Moment& moment);
+
 // Whether `certificate` says that another key than that of `issuer` issued it.
 bool namesOtherKey(const ParsedCertificate& certificate, const ParsedCertificate& issuer);
 

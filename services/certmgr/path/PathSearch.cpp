@@ -25,11 +25,6 @@ std::int64_t costOf(const DistinguishedName& name) {
   return 20 + static_cast<std::int64_t>(name.key().size() / 4);
 }
 
-bool isInTime(const ParsedCertificate& certificate, Moment& moment) {
-  return certificate.notBefore && certificate.notAfter &&
-         moment.hasReached(*certificate.notBefore) && !moment.hasReached(*certificate.notAfter + 1);
-}
-
 struct Candidate {
   CertificatePtr certificate;
   const Anchor* anchor = nullptr;

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "services/certmgr/path/Digest.h"
+#include "services/certmgr/path/PathCheck.h"
 #include "services/certmgr/path/RevocationScope.h"
 #include "services/common/TimeText.h"
 
@@ -131,12 +132,12 @@ class RevocationSearch {
     for (const Anchor& anchor : store_.anchorsNamed(list.issuer)) {
       const ParsedCertificate& signer = *anchor.certificate;
       if (anchor.use == Anchor::Use::refused || !bearsName(signer, list)) continue;
-      if (isValidNow(signer) && signs(signer, list)) return true;
+      if (isInTime(signer, moment_) && signs(signer, list)) return true;
     }
     return std::any_of(others_.begin(), others_.end(), [&](const CertificatePtr& other) {
       const ParsedCertificate& signer = *other;
-      return bearsName(signer, list) && isValidNow(signer) && isVouchedFor(signer, subject) &&
-             signs(signer, list);
+      return bearsName(signer, list) && isInTime(signer, moment_) &&
+             isVouchedFor(signer, subject) && signs(signer, list);
     });
   }
 
@@ -153,12 +154,6 @@ class RevocationSearch {
   bool isVouchedFor(const ParsedCertificate& signer, const Subject& subject) {
     if (isSignedBy(signer, subject.issuer)) return true;
     return subject.above.size() > 1 && isSignedBy(signer, *subject.above[1]);
-  }
-
-  bool isValidNow(const ParsedCertificate& certificate) {
-    return certificate.notBefore && certificate.notAfter &&
-           moment_.hasReached(*certificate.notBefore) &&
-           !moment_.hasReached(*certificate.notAfter + 1);
   }
 
   bool verifies(const SignedBytes& bytes, const std::string& fingerprint, const PublicKey& key) {

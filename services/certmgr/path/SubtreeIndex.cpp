@@ -5,6 +5,7 @@
 
 #include "services/certmgr/path/DerReader.h"
 #include "services/certmgr/path/NameForms.h"
+#include "services/common/LowerCase.h"
 
 namespace {
 
@@ -46,13 +47,6 @@ std::optional<std::string> keyOf(Kind kind, std::string_view bytes) {
     default:
       return std::nullopt;
   }
-}
-
-std::string lowerCase(std::string text) {
-  for (char& c : text) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return text;
 }
 
 // What of a key is the host; "below" subtrees look at nothing else.
@@ -117,7 +111,7 @@ bool SubtreeIndex::addTo(OfKind& entry, const GeneralName& base, std::size_t at)
   if (text.empty()) return addIfRead(entry.within, "");
   if (base.kind == Kind::email && text.find('@') != std::string_view::npos) {
     std::optional<std::string> mailbox = mailboxKey(text);
-    if (mailbox && role_ == Role::excluded) mailbox = lowerCase(std::move(*mailbox));
+    if (mailbox && role_ == Role::excluded) mailbox = lowerCase(*mailbox);
     return addIfRead(entry.within, std::move(mailbox));
   }
   if (text.find('*') != std::string_view::npos) return false;

@@ -7,6 +7,7 @@
 
 #include "services/certmgr/stores/PemFile.h"
 #include "services/common/CertificateFiles.h"
+#include "services/common/LowerCase.h"
 
 namespace {
 
@@ -14,13 +15,6 @@ constexpr std::size_t kMaxKeptStores = 32;
 constexpr std::size_t kMaxNameBytes = 64;
 // Not every file system tells of changes: the files are looked at again after that long.
 constexpr std::chrono::seconds kLongestTrust{10};
-
-std::string toLower(std::string text) {
-  for (char& c : text) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return text;
-}
 
 // Different for any two sets of stores of this process.
 std::uint64_t nextVersion() {
@@ -90,7 +84,7 @@ std::string TrustStores::directoryOf(const std::string& application,
                                      const std::string& className) const {
   if (!isStoreName(application)) throw std::runtime_error("\"application\" names no trust store");
   if (!isStoreName(className)) throw std::runtime_error("\"class\" names no trust store");
-  return sources_.root + "/" + toLower(application + "/" + className);
+  return sources_.root + "/" + lowerCase(application + "/" + className);
 }
 
 // Each thread holds on to the set that it used last, and needs the lock only for another one.

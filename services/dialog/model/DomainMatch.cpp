@@ -4,17 +4,11 @@
 #include <string>
 #include <vector>
 
+#include "services/common/LowerCase.h"
+
 namespace {
 
 constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
-
-std::string toLower(std::string_view text) {
-  std::string out(text);
-  for (char& c : out) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return out;
-}
 
 std::string_view trimmed(std::string_view text) {
   const std::size_t first = text.find_first_not_of(kWhiteSpace);
@@ -93,8 +87,8 @@ NameMatch matchWildcard(const Labels& name, const Labels& domain) {
 }  // namespace
 
 NameMatch matchName(const CertificateName& name, std::string_view domain) {
-  const std::string lowerName = toLower(name.text);
-  const std::string lowerDomain = toLower(domain);
+  const std::string lowerName = lowerCase(name.text);
+  const std::string lowerDomain = lowerCase(domain);
   const Labels nameLabels = labelsOf(lowerName);
   const Labels domainLabels = labelsOf(lowerDomain);
   if (name.text.empty() || !isWellFormed(name)) {

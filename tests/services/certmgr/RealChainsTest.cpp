@@ -10,12 +10,10 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <openssl/pem.h>
 
 #include "services/certmgr/Evaluator.h"
+#include "services/certmgr/stores/PemFile.h"
 #include "services/certmgr/stores/TrustStores.h"
-#include "services/common/CertificateFiles.h"
-#include "services/common/OpenSslOwners.h"
 #include "services/common/TimeText.h"
 
 namespace {
@@ -23,16 +21,6 @@ namespace {
 std::string readText(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), {}};
-}
-
-std::vector<X509Ptr> readPem(const std::string& path) {
-  const BioPtr bio(BIO_new_file(path.c_str(), "r"));
-  std::vector<X509Ptr> certificates;
-  while (X509* certificate =
-             bio == nullptr ? nullptr : PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr)) {
-    certificates.emplace_back(certificate);
-  }
-  return certificates;
 }
 
 struct RealChain {
@@ -62,8 +50,8 @@ void expectAllValid(SourcesFor sourcesFor) {
     const std::string base = std::string(directory) + "/" + chain.host;
     TrustStores stores(sourcesFor(base));
     std::vector<std::string> sent;
-    for (const X509Ptr& certificate : readPem(base + ".pem")) {
-      sent.push_back(derOf(certificate.get()));
+    for (const Anchor& certificate : readPem(readText(base + ".pem")).anchors) {
+      sent.push_back(certificate.certificate->der);
     }
     ASSERT_FALSE(sent.empty());
     const Verdict verdict =

@@ -5,10 +5,10 @@
 
 #include <cstdio>
 
+#include "services/common/LowerCase.h"
 #include "tools/trustctl/Interruption.h"
 #include "tools/trustctl/Options.h"
 #include "tools/trustctl/TerminalTurn.h"
-#include "tools/trustctl/exceptions/DomainPattern.h"
 
 namespace {
 

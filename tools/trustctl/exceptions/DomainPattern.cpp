@@ -2,15 +2,7 @@
 
 #include <cstddef>
 
-std::string lowerCase(std::string_view text) {
-  std::string out(text);
-  for (char& c : out) {
-    if (c >= 'A' && c <= 'Z') {
-      c = static_cast<char>(c - 'A' + 'a');
-    }
-  }
-  return out;
-}
+#include "services/common/LowerCase.h"
 
 DomainPattern::DomainPattern(std::string_view pattern) : pattern_(lowerCase(pattern)) {}
 

@@ -5,9 +5,6 @@
 #include <string>
 #include <string_view>
 
-// ASCII letters in lower case, as domains are compared.
-std::string lowerCase(std::string_view text);
-
 // Which domains are meant, as a shell means files: "*" stands for anything, dots included, "?"
 // for one byte; letter case does not matter. A decision without a domain is never meant.
 class DomainPattern {

@@ -10,6 +10,7 @@
 
 #include <fmt/format.h>
 
+#include "services/common/LowerCase.h"
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/Options.h"
 #include "tools/trustctl/Page.h"

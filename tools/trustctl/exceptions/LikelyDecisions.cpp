@@ -4,10 +4,10 @@
 #include <stdexcept>
 #include <utility>
 
+#include "services/common/LowerCase.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/Progress.h"
 #include "tools/trustctl/Suggestion.h"
-#include "tools/trustctl/exceptions/DomainPattern.h"
 
 namespace {
 

@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include "services/common/LowerCase.h"
 #include "services/common/PrintableText.h"
 #include "services/common/TimeText.h"
 #include "tools/trustctl/Options.h"

@@ -8,11 +8,11 @@
 
 #include <fmt/format.h>
 
+#include "services/common/LowerCase.h"
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/Options.h"
 #include "tools/trustctl/Progress.h"
 #include "tools/trustctl/Suggestion.h"
-#include "tools/trustctl/exceptions/DomainPattern.h"
 #include "tools/trustctl/exceptions/RecordName.h"
 
 namespace {
