@@ -8,7 +8,7 @@ build_packages=(g++ cmake ninja-build ccache libssl-dev openssl ca-certificates 
 test_packages=(libgtest-dev libgmock-dev libbenchmark-dev valgrind tmux mandoc libgnutls28-dev
   python3-cryptography-vectors)
 # The same for 32-bit ARM: what its sysroot has, and the tools that this machine needs.
-armhf_packages=(libc6-dev libstdc++6 libssl-dev rapidjson-dev libasio-dev libcli11-dev libfmt-dev
+armhf_packages=(libc6-dev libstdc++-12-dev libssl-dev rapidjson-dev libasio-dev libcli11-dev libfmt-dev
   libicu-dev libncurses-dev libseccomp-dev libgtest-dev libgmock-dev libbenchmark-dev
   libgnutls28-dev)
 armhf_tools=(g++-arm-linux-gnueabihf qemu-user-static)
@@ -35,7 +35,16 @@ run_logged() {
   shift
   if ! "$@" >>"$log" 2>&1 </dev/null; then
     tail -n 20 "$log" >&2
-    fail "'$1' failed; the last lines of its output stand above"
+    fail "'$*' failed; the last lines of its output stand above"
+  fi
+}
+
+# as_root COMMAND...: runs it as root, through sudo where need be.
+as_root() {
+  if ((EUID == 0)); then
+    "$@"
+  else
+    sudo "$@"
   fi
 }
 
@@ -53,16 +62,14 @@ install_packages() {
   if ((${#missing[@]} == 0)); then
     return
   fi
-  local as_root=()
   if ((EUID != 0)); then
     command -v sudo >/dev/null ||
       fail "these packages are missing, and there is no sudo; as root run: apt-get install ${missing[*]}"
-    as_root=(sudo)
     sudo -v # asks for the password while it can be seen
   fi
   printf 'Installing: %s\n' "${missing[*]}"
-  run_logged "$log" "${as_root[@]}" apt-get -q update
-  run_logged "$log" "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+  run_logged "$log" as_root apt-get -q update
+  run_logged "$log" as_root env DEBIAN_FRONTEND=noninteractive \
     apt-get -q -y --no-install-recommends install "${missing[@]}"
 }
 
