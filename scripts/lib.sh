@@ -6,12 +6,12 @@
 build_packages=(g++ cmake ninja-build ccache libssl-dev openssl ca-certificates rapidjson-dev
   libasio-dev libcli11-dev libfmt-dev libicu-dev libncurses-dev libseccomp-dev)
 test_packages=(libgtest-dev libgmock-dev libbenchmark-dev valgrind tmux mandoc libgnutls28-dev
-  python3-cryptography-vectors)
+  python3-cryptography-vectors gdb-multiarch)
 # The same for 32-bit ARM: what its sysroot has, and the tools that this machine needs.
 armhf_packages=(libc6-dev libstdc++-12-dev libssl-dev rapidjson-dev libasio-dev libcli11-dev libfmt-dev
   libicu-dev libncurses-dev libseccomp-dev libgtest-dev libgmock-dev libbenchmark-dev
   libgnutls28-dev)
-armhf_tools=(g++-arm-linux-gnueabihf qemu-user-static)
+armhf_tools=(g++-arm-linux-gnueabihf qemu-user-static gdb-multiarch)
 
 # fail TEXT: says what failed and what to do next, and ends the script.
 fail() {
