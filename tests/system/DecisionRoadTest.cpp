@@ -1,5 +1,7 @@
 // Verdict, question, memory: the real library, both real services, and a face that is a script.
 
+#include <fcntl.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,9 +29,14 @@ namespace {
 class DecisionRoad : public testing::Test {
  protected:
   DecisionRoad() {
-    setsid();  // whoever runs the test is not to be asked
+    // Whoever runs the test is not to be asked: this process gets a terminal of its own.
+    setsid();
+    close(open(terminal.path().c_str(), O_RDWR | O_CLOEXEC));
     road.start();
   }
+
+  // The end of the terminal is not to be that of this process.
+  ~DecisionRoad() override { signal(SIGHUP, SIG_IGN); }
 
   void TearDown() override {
     EXPECT_TRUE(temporaryFiles().empty()) << "temporary files left";
@@ -38,8 +45,7 @@ class DecisionRoad : public testing::Test {
     CertificateExceptionStoreFactory::clean();
   }
 
-  // The dialog service, on a terminal of its own, with a user who does what the script says;
-  // $log, $go and $store name files.
+  // The dialog service, with a user who does what the script says; $log, $go and $store name files.
   void startDialog(const std::string& script) {
     const std::string path = road.world.root() + "/face";
     std::ofstream(path) << "#!/bin/sh\nlog='" << logPath << "'\ngo='" << go.path() << "'\nstore='"
@@ -48,7 +54,7 @@ class DecisionRoad : public testing::Test {
     fs::permissions(path, fs::perms(0755));
     dialog.reset();
     dialog = std::make_unique<ServiceProcess>(
-        DIALOGD, std::vector<std::string>{"--verbose", "--face-program=" + path}, terminal.path());
+        DIALOGD, std::vector<std::string>{"--verbose", "--face-program=" + path});
     ASSERT_TRUE(dialog->isReady()) << dialog->errors();
   }
 

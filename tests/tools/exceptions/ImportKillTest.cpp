@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/SlowBuild.h"
 #include "tests/tools/exceptions/ExchangeFixture.h"
 #include "tests/tools/exceptions/KillFixture.h"
 
@@ -42,7 +43,7 @@ TEST_F(KilledImport, LeavesWholeRecordsAndIsCompletedByAnother) {
   const auto all = decisions();
   const std::string file = directory_.write("d.json", documentOf(all));
   const int points = complete({"import", file});
-  for (int killed = 0; killed < killsOf(70);) {
+  for (int killed = 0; killed < timesHere(70);) {
     fs::remove_all(store_);
     killed += runAndKill({"import", file}, points) ? 1 : 0;
     if (fs::exists(store_)) {

@@ -10,6 +10,7 @@
 #include <limits>
 #include <stdexcept>
 
+#include "tests/support/SlowBuild.h"
 #include "tools/trustctl/exceptions/Diagnosis.h"
 
 namespace {
@@ -42,6 +43,11 @@ KillTest::~KillTest() {
   if (!memory_.empty()) {
     std::filesystem::remove_all(memory_);
   }
+}
+
+void KillTest::SetUp() {
+  if (kEmulated) GTEST_SKIP() << "nobody can follow a process of an emulator";
+  ExceptionsTest::SetUp();
 }
 
 int KillTest::complete(const std::vector<std::string>& arguments) {

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/Sanitized.h"
 #include "tests/tools/exceptions/ExceptionsFixture.h"
 
 // Kills runs of the program at random points of their work on a store: just before one of the
@@ -15,10 +14,7 @@ class KillTest : public ExceptionsTest {
  protected:
   KillTest();
   ~KillTest() override;
-
-  // How often to kill, where so often is usual: sanitizers make runs slow, and find no more in
-  // many of them.
-  static constexpr int killsOf(int usual) { return kSanitized ? usual / 5 : usual; }
+  void SetUp() override;
 
   // Lets a run end, which must succeed. Returns how many points there are in it.
   int complete(const std::vector<std::string>& arguments);

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/SlowBuild.h"
 #include "tests/tools/exceptions/KillFixture.h"
 #include "tools/trustctl/exceptions/ExceptionStore.h"
 #include "tools/trustctl/exceptions/RecordName.h"
@@ -70,7 +71,7 @@ TEST_F(KilledRun, OfRemoveLeavesEveryOtherRecordInSight) {
   };
   placeAll();
   const int points = complete(removal);
-  for (int killed = 0; killed < killsOf(140);) {
+  for (int killed = 0; killed < timesHere(140);) {
     placeAll();
     killed += runAndKill(removal, points) ? 1 : 0;
     ASSERT_THAT(findings(), IsEmpty());
@@ -95,7 +96,7 @@ TEST_F(KilledRun, OfRepairLosesNothingAndTheNextRunFinishes) {
   };
   placeDisorder();
   const int points = complete({"doctor", "--repair"});
-  for (int killed = 0; killed < killsOf(60);) {
+  for (int killed = 0; killed < timesHere(60);) {
     placeDisorder();
     killed += runAndKill({"doctor", "--repair"}, points) ? 1 : 0;
     ASSERT_EQ(valid.size(), countStored(valid));

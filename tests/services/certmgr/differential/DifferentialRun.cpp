@@ -27,12 +27,11 @@ std::string describe(std::uint64_t number, const MadeChain& chain, const Judgeme
 
 }  // namespace
 
-DifferentialReport runDifferential(const DifferentialOptions& options) {
+void runDifferential(const DifferentialOptions& options, DifferentialReport& report) {
   const World world;
   OurJudge we(world);
   GnuTlsJudge they(world);
   const std::vector<DisagreementClass> classes = readDisagreementClasses();
-  DifferentialReport report;
   for (std::uint64_t i = 0; i < options.count; ++i) {
     const std::uint64_t number = options.first + i;
     const MadeChain chain = chainOf(world, options, number);
@@ -48,7 +47,6 @@ DifferentialReport runDifferential(const DifferentialOptions& options) {
       report.unexplained.push_back(describe(number, chain, ours, theirs, classified));
     }
   }
-  return report;
 }
 
 std::vector<std::uint64_t> chainsJudgedByTheirOrder(const DifferentialOptions& options) {

@@ -19,8 +19,8 @@ struct DifferentialReport {
   std::vector<std::string> unexplained;                // a text for each such chain
 };
 
-// Has both judges judge the chains of that seed with those numbers.
-DifferentialReport runDifferential(const DifferentialOptions& options);
+// Has both judges judge the chains of that seed with those numbers, and adds to the report.
+void runDifferential(const DifferentialOptions& options, DifferentialReport& report);
 
 // The numbers of those chains that we judge differently when all but the leaf come in another
 // order, by an evaluator that remembers nothing.

@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/CertificateMaker.h"
-#include "tests/support/Sanitized.h"
+#include "tests/support/SlowBuild.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace {

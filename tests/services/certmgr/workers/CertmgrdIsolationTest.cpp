@@ -17,7 +17,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/services/certmgr/workers/IsolationFixture.h"
-#include "tests/support/Sanitized.h"
+#include "tests/support/SlowBuild.h"
 
 namespace {
 
