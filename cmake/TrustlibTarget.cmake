@@ -1,7 +1,8 @@
 # What all our targets share. Call it once on every library and program:
 #   trustlib_target(<target> STD <14|17|20> [LIBRARY_NAME <alias>])
 # It sets the language level, the warnings, hidden symbols, the project's root
-# as include path and the sanitizers; LIBRARY_NAME adds the alias trustlib::<alias>.
+# as include path, 64-bit times and file sizes, and the sanitizers; LIBRARY_NAME
+# adds the alias trustlib::<alias>.
 function(trustlib_target target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "STD;LIBRARY_NAME" "")
   set_target_properties(${target} PROPERTIES
@@ -18,6 +19,11 @@ function(trustlib_target target)
   endif()
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic
                          $<$<BOOL:${TRUSTLIB_WERROR}>:-Werror>)
+  # Without these a 32-bit program stops in 2038, and at files that are large or dated later. No
+  # interface of ours has either type, and no library is handed one; a platform of its own may.
+  if(TRUSTLIB_PLATFORM STREQUAL "linux" AND CMAKE_SIZEOF_VOID_P EQUAL 4)
+    target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+  endif()
   # A build against OpenSSL 3 cannot even see what is deprecated there.
   if(OPENSSL_VERSION VERSION_GREATER_EQUAL 3.0)
     target_compile_definitions(${target} PRIVATE OPENSSL_API_COMPAT=30000 OPENSSL_NO_DEPRECATED)

@@ -4,6 +4,9 @@
 // Everything reaches the kernel through openat(), which is not wrapped here:
 // calling what is wrapped would end in this file again.
 #undef _FORTIFY_SOURCE  // its inline open() would stand in the way of ours
+// Where these are set on 32-bit targets, open() is only another name of open64().
+#undef _FILE_OFFSET_BITS
+#undef _TIME_BITS
 
 #include <errno.h>
 #include <fcntl.h>

@@ -12,6 +12,7 @@
 
 #include "platform/objects/ControlSocket.h"
 #include "services/certmgr/path/Digest.h"
+#include "services/common/FileStatus.h"
 
 namespace {
 
@@ -33,9 +34,8 @@ bool writeAll(int fd, const std::string& content) {
 }  // namespace
 
 ChainDirectory::ChainDirectory(std::string directory) : directory_(std::move(directory)) {
-  std::error_code error;
-  std::filesystem::create_directories(directory_, error);
-  if (error) failBecause("cannot make the directory " + directory_, error.value());
+  const int error = makeDirectories(directory_);
+  if (error != 0) failBecause("cannot make the directory " + directory_, error);
   struct stat status = {};
   if (::stat(directory_.c_str(), &status) != 0 || status.st_uid != ::geteuid()) {
     throw std::runtime_error("the directory " + directory_ +

@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "services/common/FileStatus.h"
 #include "services/common/ServiceMain.h"
 #include "services/common/TimeText.h"
 
@@ -20,6 +21,16 @@ std::int64_t timeOf(const std::string& text) {
   if (const auto moment = parseTime(text)) return *moment;
   throw CLI::ValidationError("--verification-time",
                              "not a time: \"" + text + "\" (2026-02-02T00:00:01Z or @SECONDS)");
+}
+
+std::string whyNoFile(const std::string& path) {
+  if (isDirectory(path)) return "a directory and not a file: " + path;
+  return pathExists(path) ? "" : "no such file: " + path;
+}
+
+std::string whyNoDirectory(const std::string& path) {
+  if (isDirectory(path)) return "";
+  return (pathExists(path) ? "a file and not a directory: " : "no such directory: ") + path;
 }
 
 // A check that is made once, where the service starts: a worker gets the same command line when
@@ -42,14 +53,14 @@ void describeTrust(CLI::App& app, ServiceOptions& options) {
   app.add_flag("--no-system-anchors", options.noSystemAnchors, "Join nothing with the stores");
   app.add_option("--cafile", options.trust.files, "PEM file with further anchors")
       ->type_name("FILE")
-      ->check(atStart(options, CLI::ExistingFile));
+      ->check(atStart(options, whyNoFile));
   app.add_option("--capath", options.trust.plainDirectories,
                  "Directory of PEM files with further anchors, whatever their names")
       ->type_name("DIR")
-      ->check(atStart(options, CLI::ExistingDirectory));
+      ->check(atStart(options, whyNoDirectory));
   app.add_option("--crlfile", options.trust.revocationFiles, "PEM file with revocation lists")
       ->type_name("FILE")
-      ->check(atStart(options, CLI::ExistingFile));
+      ->check(atStart(options, whyNoFile));
   app.add_option_function<std::string>(
          "--verification-time",
          [&options](const std::string& text) { options.when = timeOf(text); },

@@ -26,7 +26,9 @@ constexpr std::size_t kMaxCertificateBytes = 64 * 1024;
   fail(path, std::generic_category().message(error));
 }
 
-constexpr int kOpenFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+// With the flag that 32-bit systems want for files of any size: open() knows it of itself, a bare
+// system call does not.
+constexpr int kOpenFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | O_LARGEFILE;
 
 // Follows symbolic links, but not those that the system makes up for what a process has open or
 // stands in: they lead past folders that are closed to whoever named the path, and this process

@@ -2,14 +2,12 @@
 
 #include <unistd.h>
 
-#include <system_error>
+#include "services/common/FileStatus.h"
 
 bool isProgram(const std::filesystem::path& path) {
-  std::error_code error;
-  return std::filesystem::is_regular_file(path, error) && access(path.c_str(), X_OK) == 0;
+  return isPlainFile(path) && access(path.c_str(), X_OK) == 0;
 }
 
 std::filesystem::path ownProgramDirectory() {
-  std::error_code error;
-  return std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+  return std::filesystem::path(linkTarget("/proc/self/exe")).parent_path();
 }

@@ -1,5 +1,7 @@
 #include "services/common/TimeText.h"
 
+#include <time.h>
+
 #include <algorithm>
 #include <charconv>
 #include <chrono>
@@ -164,6 +166,7 @@ std::string formatSpan(std::int64_t seconds) {
 }
 
 std::int64_t currentTime() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return std::chrono::duration_cast<std::chrono::seconds>(now).count();
+  timespec now = {};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return now.tv_sec;
 }

@@ -24,7 +24,8 @@ std::string formatTime(std::int64_t moment);
 // "2 years". A negative span counts as its positive.
 std::string formatSpan(std::int64_t seconds);
 
-// The clock's moment.
+// The clock's moment. The one place that asks for it: std::chrono's clock of a 32-bit C++ runtime
+// may have times of 32 bits, which end in 2038.
 std::int64_t currentTime();
 
 #endif

@@ -3,12 +3,11 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
-#include <filesystem>
 #include <sstream>
 #include <stdexcept>
-#include <system_error>
 
 #include "services/common/CertificateFiles.h"
+#include "services/common/FileStatus.h"
 
 namespace {
 
@@ -29,8 +28,7 @@ dev_t deviceOf(unsigned number) {
 std::string programOf(pid_t process, uid_t user) {
   struct stat status = {};
   if (stat(fileOf(process, "").c_str(), &status) != 0 || status.st_uid != user) return "";
-  std::error_code error;
-  return std::filesystem::read_symlink(fileOf(process, "exe"), error).string();
+  return linkTarget(fileOf(process, "exe"));
 }
 
 std::optional<dev_t> foregroundTerminalOf(pid_t process) {

@@ -8,9 +8,9 @@
 #include <cstring>
 #include <filesystem>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
+#include "services/common/FileStatus.h"
 #include "services/common/UserIdentity.h"
 #include "services/dialog/ProcessTable.h"
 
@@ -25,8 +25,7 @@ std::string pathOf(dev_t device) {
   if (major(device) == kPtsMajor) return "/dev/pts/" + std::to_string(minor(device));
   const std::string entry =
       "/sys/dev/char/" + std::to_string(major(device)) + ":" + std::to_string(minor(device));
-  std::error_code error;
-  return "/dev/" + std::filesystem::read_symlink(entry, error).filename().string();
+  return "/dev/" + std::filesystem::path(linkTarget(entry)).filename().string();
 }
 
 bool isSameMode(const termios& a, const termios& b) {

@@ -125,7 +125,8 @@ TEST_F(Seams, ReadThatReturnsMoreThanWasAskedForIsTooLittleSpace) {
 
 // How long a dialog that may take 60 seconds, and must have 10, waits for the user when its turn
 // came that much later.
-std::optional<long> secondsForTheUser(int invocationTimeout, long elapsed) {
+std::optional<long> secondsForTheUser(int invocationTimeout, long elapsed,
+                                      time_t start = 1700000000) {
   const ServiceWorld world;
   const ScriptedService service(
       world.runtime(), "dialog",
@@ -134,7 +135,6 @@ std::optional<long> secondsForTheUser(int invocationTimeout, long elapsed) {
   CertificateTrustInfoImpl info(false, 0x100, nullptr, chain.list(), false);
   DefaultTrustDialog dialog(&info, nullptr);
   dialog.setDialogInvocationTimeout(invocationTimeout);
-  constexpr time_t start = 1700000000;
   // One for the name of the file, one before the wait and one after it.
   scriptedTimes = {start, start, start + elapsed};
   waitedSeconds.reset();
@@ -157,6 +157,11 @@ TEST(DialogTime, IsWhatTheWaitLeftDownToTheLeastDisplayTime) {
 
 TEST(DialogTime, FallsBackToTheWholeTimeOnPurposeWhenLessIsLeft) {
   EXPECT_EQ(60, secondsForTheUser(60, 51));
+}
+
+TEST(DialogTime, IsCountedOnAfterTheEndOf32Bits) {
+  EXPECT_EQ(40, secondsForTheUser(60, 20, 2147483640));
+  EXPECT_EQ(40, secondsForTheUser(60, 20, static_cast<time_t>(2379888000)));
 }
 
 TEST(DialogTime, FallsBackToTheWholeTimeWhenTheClockWasSetBack) {

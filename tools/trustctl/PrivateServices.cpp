@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include "platform/objects/ControlObject.h"
+#include "services/common/FileStatus.h"
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/Interruption.h"
@@ -114,9 +115,7 @@ void PrivateServices::startDialog(const DialogSettings& settings) {
 
 void PrivateServices::makeDirectory() {
   running_ = runningDirectory();
-  std::error_code error;
-  const fs::path parent = fs::temp_directory_path(error);
-  std::string path = ((error ? "/tmp" : parent) / "trustctl-XXXXXX").string();
+  std::string path = temporaryDirectory() + "/trustctl-XXXXXX";
   const InterruptionBlocker blocker;  // made and known, or neither
   if (mkdtemp(path.data()) == nullptr) {
     throw CommandError(
@@ -130,15 +129,14 @@ void PrivateServices::makeDirectory() {
 
 // A service that is not private is reached through the private place all the same.
 void PrivateServices::leadToRunning(const std::string& name) const {
-  std::error_code error;
-  fs::create_directories(directory_ + "/services", error);
-  if (!error) {
-    fs::create_directory_symlink(running_ + "/services/" + name, directory_ + "/services/" + name,
-                                 error);
+  int error = makeDirectories(directory_ + "/services");
+  const std::string place = directory_ + "/services/" + name;
+  if (error == 0 && symlink((running_ + "/services/" + name).c_str(), place.c_str()) != 0) {
+    error = errno;
   }
-  if (error) {
-    throw CommandError(
-        ExitStatus::undecided,
-        fmt::format("cannot prepare '{}' for private services: {}", directory_, error.message()));
+  if (error != 0) {
+    throw CommandError(ExitStatus::undecided,
+                       fmt::format("cannot prepare '{}' for private services: {}", directory_,
+                                   std::generic_category().message(error)));
   }
 }

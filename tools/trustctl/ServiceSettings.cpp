@@ -7,6 +7,7 @@
 
 #include <fmt/format.h>
 
+#include "services/common/FileStatus.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/InputFile.h"
 #include "tools/trustctl/PemBlocks.h"
@@ -58,8 +59,7 @@ std::vector<std::string> filesIn(const std::string& directory) {
   std::error_code error;
   std::filesystem::directory_iterator entry(directory, error);
   for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    std::error_code vanished;
-    if (entry->is_regular_file(vanished)) {
+    if (isPlainFile(entry->path())) {
       files.push_back(entry->path().string());
     }
   }
@@ -71,9 +71,7 @@ std::vector<std::string> filesIn(const std::string& directory) {
 }
 
 void requireDirectoryWithCertificates(const std::string& directory) {
-  std::error_code error;
-  if (std::filesystem::exists(directory, error) &&
-      !std::filesystem::is_directory(directory, error)) {
+  if (pathExists(directory) && !isDirectory(directory)) {
     refuse(directory, "is not a directory; --capath takes one, --cafile takes a file");
   }
   std::size_t certificates = 0;

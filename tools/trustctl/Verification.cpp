@@ -1,13 +1,12 @@
 #include "tools/trustctl/Verification.h"
 
-#include <filesystem>
 #include <list>
 #include <memory>
 #include <stdexcept>
-#include <system_error>
 
 #include <fmt/format.h>
 
+#include "services/common/FileStatus.h"
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/Interruption.h"
@@ -94,8 +93,7 @@ std::unique_ptr<CertificateExceptionStore> openStore(const std::string& director
 
 // A store that is not there holds no decision, and need not be made to find that out.
 std::unique_ptr<CertificateExceptionStore> openStoreIfThere(const std::string& directory) {
-  std::error_code ignored;
-  if (!std::filesystem::is_directory(directory, ignored)) {
+  if (!isDirectory(directory)) {
     return nullptr;
   }
   return openStore(directory);

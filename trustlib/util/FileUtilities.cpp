@@ -9,11 +9,13 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <limits>
 
 #include "trustlib/util/StringUtilities.h"
 
@@ -196,17 +198,19 @@ void FileUtilities::readFile(const std::string* path, unsigned char** data, unsi
   if (!file.is_open()) {
     throw TrustManagerException("FileUtilities::readFile - failed to open file");
   }
-  // A directory opens too, but has no size to speak of: no buffer will do for it.
+  // A directory opens too, but has no size to speak of: no buffer will do for it, nor for what a
+  // 32-bit process cannot read in one go.
+  const auto most = std::min<std::uintmax_t>(UINT_MAX, std::numeric_limits<std::streamsize>::max());
   const std::streamoff size = file.seekg(0, std::ios::end).tellg();
   file.seekg(0, std::ios::beg);
   unsigned char* buffer = nullptr;
-  if (size >= 0 && size <= static_cast<std::streamoff>(UINT_MAX)) {
+  if (size >= 0 && static_cast<std::uintmax_t>(size) <= most) {
     buffer = static_cast<unsigned char*>(malloc(static_cast<std::size_t>(size)));
   }
   if (buffer == nullptr) {
     throw TrustManagerException("FileUtilities::readFile - failed to allocate buffer");
   }
-  file.read(reinterpret_cast<char*>(buffer), size);
+  file.read(reinterpret_cast<char*>(buffer), static_cast<std::streamsize>(size));
   memset(buffer + file.gcount(), 0, static_cast<std::size_t>(size - file.gcount()));
   *data = buffer;
   *length = static_cast<unsigned int>(size);

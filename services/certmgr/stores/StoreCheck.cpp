@@ -21,6 +21,7 @@
 #include "services/certmgr/stores/StoreFiles.h"
 #include "services/certmgr/stores/StoreItem.h"
 #include "services/common/CertificateFiles.h"
+#include "services/common/FileStatus.h"
 #include "services/common/PrintableText.h"
 
 namespace {
@@ -132,10 +133,10 @@ class Check {
 
   // Notes where a symbolic link leads.
   void readLink(Entry& entry) const {
+    const std::string target = linkTarget(entry.path);
+    if (target.empty()) return;
+    entry.file.target = printableText(target, 300);
     std::error_code error;
-    const fs::path target = fs::read_symlink(entry.path, error);
-    if (error) return;
-    entry.file.target = printableText(target.string(), 300);
     const fs::path beside = fs::canonical((fs::path(directory_) / target).parent_path(), error);
     entry.isLinkInside = !error && beside == fs::canonical(directory_, error);
   }

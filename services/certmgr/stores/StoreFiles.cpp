@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <ctime>
 #include <filesystem>
 #include <set>
 #include <string_view>
+
+#include "services/common/FileStatus.h"
+#include "services/common/TimeText.h"
 
 namespace {
 
@@ -67,8 +69,7 @@ class Scan {
     // File times advance in steps: what changed within the last seconds may change again
     // and look the same.
     constexpr std::int64_t kStepSeconds = 2;
-    if (static_cast<std::int64_t>(status.st_ctim.tv_sec) + kStepSeconds >
-        static_cast<std::int64_t>(std::time(nullptr))) {
+    if (static_cast<std::int64_t>(status.st_ctim.tv_sec) + kStepSeconds > currentTime()) {
       files_.settled = false;
     }
     files_.files.push_back({path, listsOnly});
@@ -89,9 +90,8 @@ class Scan {
     constexpr int kMostLinks = 40;
     std::filesystem::path at(path);
     for (int i = 0; i < kMostLinks; ++i) {
-      std::error_code noLink;
-      const std::filesystem::path target = std::filesystem::read_symlink(at, noLink);
-      if (noLink) break;
+      const std::string target = linkTarget(at);
+      if (target.empty()) break;
       at = (at.parent_path() / target).lexically_normal();
       places_.insert(parentOf(at.string()));
     }

@@ -33,7 +33,9 @@ struct DirectoryClose {
 using DirectoryPtr = std::unique_ptr<DIR, DirectoryClose>;
 
 struct StoredFile {
-  std::int64_t modified;  // nanoseconds since 1970; ties go by name
+  // Since 1970, seconds and nanoseconds: 64 bits of nanoseconds end in 2262, and whoever stores a
+  // file can date it later. Ties go by name.
+  std::pair<std::int64_t, long> modified;
   std::string name;
   std::size_t size;
 };
@@ -62,8 +64,9 @@ std::vector<StoredFile> listNewest(const std::string& directory, uid_t owner) {
         static_cast<std::uint64_t>(status.st_size) > kMaxFileBytes) {
       continue;
     }
-    files.push_back({std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec,
-                     entry->d_name, static_cast<std::size_t>(status.st_size)});
+    files.push_back({{status.st_mtim.tv_sec, status.st_mtim.tv_nsec},
+                     entry->d_name,
+                     static_cast<std::size_t>(status.st_size)});
     if (files.size() < 2 * kMaxFiles) continue;
     std::nth_element(files.begin(), files.begin() + kMaxFiles, files.end(), isNewer);
     files.resize(kMaxFiles);

@@ -1,12 +1,11 @@
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include <fmt/format.h>
 
+#include "services/common/FileStatus.h"
 #include "services/common/PrintableText.h"
 #include "services/common/TextWriter.h"
 #include "tools/trustctl/Command.h"
@@ -56,8 +55,7 @@ struct CheckOptions {
 };
 
 bool isFile(const std::string& word) {
-  std::error_code ignored;
-  return word == "-" || std::filesystem::exists(word, ignored);
+  return word == "-" || pathExists(word);
 }
 
 std::vector<BlacklistFinding> checkWord(const std::string& word) {

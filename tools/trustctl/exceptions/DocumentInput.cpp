@@ -6,12 +6,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <string_view>
-#include <system_error>
 
 #include <fmt/format.h>
 
+#include "services/common/FileStatus.h"
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/InputFile.h"
@@ -31,9 +30,7 @@ std::string reasonOf(int error) {
 }
 
 void makeUnnamedFile(FileDescriptor* file) {
-  std::error_code error;
-  const std::filesystem::path parent = std::filesystem::temp_directory_path(error);
-  std::string path = ((error ? "/tmp" : parent) / "trustctl-XXXXXX").string();
+  std::string path = temporaryDirectory() + "/trustctl-XXXXXX";
   const InterruptionBlocker blocker;  // made and without a name, or neither
   const int fd = mkostemp(path.data(), O_CLOEXEC);
   if (fd == -1) {

@@ -6,10 +6,10 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <system_error>
 
 #include <fmt/format.h>
 
+#include "services/common/FileStatus.h"
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/Interruption.h"
@@ -27,8 +27,7 @@ constexpr std::size_t flushBytes = std::size_t{256} * 1024;
 
 std::string directoryOf(const std::string& path) {
   const auto directory = std::filesystem::absolute(path).parent_path();
-  std::error_code ignored;
-  if (!std::filesystem::is_directory(directory, ignored)) {
+  if (!isDirectory(directory)) {
     throw CommandError(ExitStatus::wrongUse,
                        fmt::format("there is no directory '{}' to put the file in; make it, or "
                                    "give another name",

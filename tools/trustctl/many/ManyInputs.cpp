@@ -7,6 +7,7 @@
 
 #include <fmt/format.h>
 
+#include "services/common/FileStatus.h"
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/InputFile.h"
 #include "tools/trustctl/Interruption.h"
@@ -38,10 +39,9 @@ std::vector<std::string> filesBelow(const std::string& directory) {
   while (!failure && entry != fs::end(entry)) {
     Interruption::check();
     const bool isHidden = entry->path().filename().native().front() == '.';
-    std::error_code vanished;
-    if (isHidden && entry->is_directory(vanished)) {
+    if (isHidden && isDirectory(entry->path())) {
       entry.disable_recursion_pending();
-    } else if (!isHidden && entry->is_regular_file(vanished)) {
+    } else if (!isHidden && isPlainFile(entry->path())) {
       files.push_back(entry->path().string());
     }
     opened = entry->path().string();  // where it is a directory
@@ -80,10 +80,7 @@ ManyInput parseLine(const std::string& line, const std::string& where) {
 }  // namespace
 
 bool nameADirectory(const std::vector<std::string>& paths) {
-  return std::any_of(paths.begin(), paths.end(), [](const std::string& path) {
-    std::error_code ignored;
-    return fs::is_directory(path, ignored);
-  });
+  return std::any_of(paths.begin(), paths.end(), isDirectory);
 }
 
 std::vector<ManyInput> listFiles(const std::vector<std::string>& paths,

@@ -3,13 +3,13 @@
 #include <pwd.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
-#include <system_error>
 
 #include <fmt/format.h>
+
+#include "services/common/FileStatus.h"
 
 namespace {
 
@@ -32,10 +32,8 @@ std::optional<std::int64_t> startOfMachine() {
 }  // namespace
 
 std::optional<std::string> programOfProcess(pid_t process) {
-  std::error_code error;
-  const auto path = std::filesystem::read_symlink(fileOf(process, "exe"), error);
-  if (!error) {
-    return path.string();
+  if (std::string path = linkTarget(fileOf(process, "exe")); !path.empty()) {
+    return path;
   }
   std::ifstream file(fileOf(process, "comm"));
   std::string name;

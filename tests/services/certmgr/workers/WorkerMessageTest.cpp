@@ -3,6 +3,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -63,6 +64,13 @@ TEST(WorkerMessage, LargestRequestWithAllGroupsFits) {
   WorkerMessage message = sample(std::vector<gid_t>(4096, 5));
   message.request.text.assign(65536, 'x');
   EXPECT_LE(message.encode().size(), WorkerMessage::kMaxBytes);
+}
+
+TEST(WorkerMessage, IsReadFromAnyAddress) {
+  const std::string bytes = "x" + sample({{3, 4000000000U}}).encode();
+  const WorkerMessage message = WorkerMessage::decode(std::string_view(bytes).substr(1));
+  EXPECT_EQ(1ULL << 40, message.generation);
+  EXPECT_EQ((Groups{{3, 4000000000U}}), message.request.groups);
 }
 
 TEST(WorkerMessage, CutMessageIsRefused) {

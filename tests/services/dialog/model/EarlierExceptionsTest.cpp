@@ -51,6 +51,15 @@ TEST(EarlierExceptions, AreReadWithDomainWarningsAndChain) {
   EXPECT_THAT(found[0].chain, ElementsAre(CertificateDer{1, 2, 3}, CertificateDer{4}));
 }
 
+// In nanoseconds, the later of the two is past what 64 bits hold.
+TEST(EarlierExceptions, ComeNewestFirstWhateverTheCentury) {
+  const TemporaryDirectory store;
+  setAge(store.write("cx_00_0.json", exceptionText("1")), static_cast<time_t>(7258118400));  // 2200
+  setAge(store.write("cx_01_0.json", exceptionText("2")),
+         static_cast<time_t>(10413792000));  // 2300
+  EXPECT_THAT(warningsIn(read(store)), ElementsAre(2, 1));
+}
+
 TEST(EarlierExceptions, AreOnlyThoseOfExactlyThatDomain) {
   const TemporaryDirectory store;
   store.write("cx_00_0.json", exceptionText("1", R"("domain":"HOST.test",)"));
