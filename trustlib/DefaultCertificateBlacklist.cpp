@@ -115,6 +115,7 @@ DefaultCertificateBlacklist* DefaultCertificateBlacklist::getInstance()
 
 DefaultCertificateBlacklist::DefaultCertificateBlacklist()
     TRUSTLIB_THROWS(TrustManagerException, std::bad_alloc) {
+  blacklist.reserve(rowCount);
   for (std::size_t i = 0; i < rowCount; ++i) {
     const char* domain = i < domainCount ? builtInDomains.row[i] : "";
     blacklist.insert(std::make_pair(textOf(builtInSerials.row[i]), std::string(domain)));
