@@ -1,12 +1,93 @@
 #include "trustlib/CertificateUtilities.h"
 
 #include <algorithm>
-#include <iterator>
+#include <cstddef>
 
 #include "trustlib/CertificateImpl.h"
 #include "trustlib/util/FileUtilities.h"
 #include "trustlib/util/ObjectLifecycleManager.h"
 #include "trustlib/util/StringUtilities.h"
+#include "trustlib/util/Tokens.h"
+
+namespace {
+
+const char dnsPrefix[] = "DNS:";
+const std::size_t dnsPrefixLength = sizeof(dnsPrefix) - 1;
+
+bool isDnsName(const std::string& name) {
+  return name.compare(0, dnsPrefixLength, dnsPrefix) == 0;
+}
+
+bool sameButForCase(char first, char second) {
+  return lowerCase(first) == lowerCase(second);
+}
+
+bool startsWith(const TextPart& text, const TextPart& prefix) {
+  return text.length() >= prefix.length() &&
+         std::equal(prefix.begin, prefix.end, text.begin, sameButForCase);
+}
+
+bool sameText(const TextPart& first, const TextPart& second) {
+  return first.length() == second.length() && startsWith(first, second);
+}
+
+Tokens labelsOf(const TextPart& name) {
+  static const char dot[] = {'.'};
+  return Tokens(name, TextPart(dot, dot + sizeof(dot)));
+}
+
+// The wildcard must end the name's first label and stands for the rest of exactly one label,
+// possibly for nothing; never for a dot, and never in what looks like an IP address.
+bool wildcardMatches(const TextPart& domain, const TextPart& name) {
+  Tokens nameLabels = labelsOf(name);
+  TextPart nameLabel;
+  if (!nameLabels.next(&nameLabel)) {
+    return false;
+  }
+  const char* wildcard = std::find(nameLabel.begin, nameLabel.end, '*');
+  if (wildcard != nameLabel.end - 1) {
+    return false;
+  }
+  Tokens domainLabels = labelsOf(domain);
+  TextPart domainLabel;
+  if (!domainLabels.next(&domainLabel) ||
+      !startsWith(domainLabel, TextPart(nameLabel.begin, wildcard))) {
+    return false;
+  }
+  while (nameLabels.next(&nameLabel)) {
+    if (!domainLabels.next(&domainLabel) || !sameText(domainLabel, nameLabel)) {
+      return false;
+    }
+  }
+  const char lastLabelStart = *nameLabel.begin;
+  return !domainLabels.next(&domainLabel) && (lastLabelStart < '0' || lastLabelStart > '9');
+}
+
+bool domainMatchesName(const TextPart& domain, const TextPart& name) {
+  return !domain.empty() && (sameText(domain, name) || wildcardMatches(domain, name));
+}
+
+// The common names are a fallback only: one "DNS:" name, even an empty one, silences them.
+bool domainMatchesAnyName(const std::string& domain, const std::list<std::string>* commonNames,
+                          const std::list<std::string>* subjectAltNames) {
+  bool hasDnsNames = false;
+  if (subjectAltNames != nullptr) {
+    for (const std::string& name : *subjectAltNames) {
+      if (isDnsName(name)) {
+        hasDnsNames = true;
+        if (domainMatchesName(TextPart(domain), TextPart(name, dnsPrefixLength))) {
+          return true;
+        }
+      }
+    }
+  }
+  return !hasDnsNames && commonNames != nullptr &&
+         std::any_of(commonNames->begin(), commonNames->end(), [&domain](const std::string& name) {
+           return domainMatchesName(TextPart(domain), TextPart(name));
+         });
+}
+
+}  // namespace
 
 void CertificateUtilities::clearCertificateChain(std::list<Certificate*>* chain)
     TRUSTLIB_THROWS(TrustManagerException) {
@@ -58,32 +139,17 @@ bool CertificateUtilities::certificateDomainMatches(const std::string* domain,
                                                     const std::list<std::string>* commonNames,
                                                     const std::list<std::string>* subjectAltNames)
     TRUSTLIB_THROWS(TrustManagerException) {
-  if (domain == nullptr) {
-    return false;
-  }
-  const std::list<std::string> domains(1, *domain);
-  return certificateDomainMatches(&domains, commonNames, subjectAltNames);
+  return domain != nullptr && domainMatchesAnyName(*domain, commonNames, subjectAltNames);
 }
 
 bool CertificateUtilities::certificateDomainMatches(const std::list<std::string>* domains,
                                                     const std::list<std::string>* commonNames,
                                                     const std::list<std::string>* subjectAltNames)
     TRUSTLIB_THROWS(TrustManagerException) {
-  if (domains == nullptr) {
-    return false;
-  }
-  std::list<std::string> names;
-  if (!collectCertificateNames(commonNames, subjectAltNames, &names)) {
-    return false;
-  }
-  for (const std::string& domain : *domains) {
-    for (const std::string& name : names) {
-      if (domainMatchesName(&domain, &name)) {
-        return true;
-      }
-    }
-  }
-  return false;
+  return domains != nullptr &&
+         std::any_of(domains->begin(), domains->end(), [&](const std::string& domain) {
+           return domainMatchesAnyName(domain, commonNames, subjectAltNames);
+         });
 }
 
 void CertificateUtilities::normalizeSerialNumber(const char* serialNumber, std::string* normalized)
@@ -97,73 +163,4 @@ void CertificateUtilities::normalizeSerialNumber(const char* serialNumber, std::
     }
   }
   StringUtilities::tolower(*normalized);
-}
-
-// The common names are a fallback only: one "DNS:" name, even an empty one, silences them.
-bool CertificateUtilities::collectCertificateNames(const std::list<std::string>* commonNames,
-                                                   const std::list<std::string>* subjectAltNames,
-                                                   std::list<std::string>* names) {
-  static const std::string dnsPrefix("DNS:");
-  if (names == nullptr) {
-    return false;
-  }
-  if (subjectAltNames != nullptr) {
-    for (const std::string& name : *subjectAltNames) {
-      if (StringUtilities::startsWith(name, dnsPrefix)) {
-        names->push_back(name.substr(dnsPrefix.length()));
-      }
-    }
-  }
-  if (names->empty() && commonNames != nullptr) {
-    names->insert(names->end(), commonNames->begin(), commonNames->end());
-  }
-  return !names->empty();
-}
-
-bool CertificateUtilities::domainMatchesName(const std::string* domain, const std::string* name) {
-  if (domain == nullptr || name == nullptr || domain->empty()) {
-    return false;
-  }
-  std::string lowerDomain(*domain);
-  std::string lowerName(*name);
-  StringUtilities::tolower(lowerDomain);
-  StringUtilities::tolower(lowerName);
-  if (lowerDomain == lowerName) {
-    return true;
-  }
-  return findWildcard(lowerName) != std::string::npos && wildcardMatches(lowerDomain, lowerName);
-}
-
-// Both lower-cased. The wildcard must end the name's first label and stands for the rest of
-// exactly one label, possibly for nothing; never for a dot, and never in what looks like an
-// IP address.
-bool CertificateUtilities::wildcardMatches(const std::string& domain, const std::string& name) {
-  std::list<std::string> nameLabels;
-  StringUtilities::tokenize(&name, ".", nameLabels);
-  if (nameLabels.empty()) {
-    return false;
-  }
-  const std::string& nameFirst = nameLabels.front();
-  const std::string::size_type wildcard = findWildcard(nameFirst);
-  if (wildcard == std::string::npos || wildcard != nameFirst.length() - 1) {
-    return false;
-  }
-  const char lastLabelStart = nameLabels.back()[0];
-  if (lastLabelStart >= '0' && lastLabelStart <= '9') {
-    return false;
-  }
-  std::list<std::string> domainLabels;
-  StringUtilities::tokenize(&domain, ".", domainLabels);
-  if (domainLabels.size() != nameLabels.size()) {
-    return false;
-  }
-  if (!std::equal(std::next(nameLabels.begin()), nameLabels.end(),
-                  std::next(domainLabels.begin()))) {
-    return false;
-  }
-  return domainLabels.front().compare(0, wildcard, nameFirst, 0, wildcard) == 0;
-}
-
-std::string::size_type CertificateUtilities::findWildcard(const std::string& text) {
-  return text.find('*');
 }

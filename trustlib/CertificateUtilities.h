@@ -32,7 +32,7 @@ class TRUSTLIB_EXPORT CertificateUtilities {
   // True when the domain, or one of the domains, is covered by a name of the certificate.
   // Its "DNS:" alternative names count; only where there is none do the common names. Case
   // is ignored, and a "*" at the end of a name's first label stands for the rest of one
-  // label. NULL and empty lists match nothing.
+  // label. NULL and empty lists match nothing. Takes no memory.
   static bool certificateDomainMatches(const std::string* domain,
                                        const std::list<std::string>* commonNames,
                                        const std::list<std::string>* subjectAltNames)
@@ -47,14 +47,6 @@ class TRUSTLIB_EXPORT CertificateUtilities {
   // be NULL.
   static void normalizeSerialNumber(const char* serialNumber, std::string* normalized)
       TRUSTLIB_THROWS(TrustManagerException);
-
- private:
-  static bool collectCertificateNames(const std::list<std::string>* commonNames,
-                                      const std::list<std::string>* subjectAltNames,
-                                      std::list<std::string>* names);
-  static bool domainMatchesName(const std::string* domain, const std::string* name);
-  static bool wildcardMatches(const std::string& domain, const std::string& name);
-  static std::string::size_type findWildcard(const std::string& text);
 };
 
 #endif

@@ -6,17 +6,82 @@
 
 #include "trustlib/CertificateUtilities.h"
 #include "trustlib/util/MutexLocker.h"
+#include "trustlib/util/Utilities.h"
 
 namespace {
 
-struct BlacklistEntry {
-  const char* serial;
+struct Row {
+  const char* serial;  // lower-case hexadecimal
   const char* domain;
 };
 
-const BlacklistEntry builtInTable[] = {
+// For the compiler alone, which packs it. As data of the library, every pointer here would have
+// to be written by the dynamic linker at each start, into memory that no other process shares.
+constexpr Row rows[] = {
 #include "BlacklistTable.inc"  // made by the build from trustlib/data/blacklist.csv
-    {nullptr, nullptr}};
+};
+constexpr std::size_t rowCount = sizeof(rows) / sizeof(rows[0]);
+
+struct Serial {
+  unsigned char length;
+  unsigned char bytes[16];  // a longer one does not compile
+};
+
+struct Serials {
+  Serial row[rowCount];
+};
+
+constexpr unsigned int valueOf(char hexDigit) {
+  return static_cast<unsigned int>(hexDigit <= '9' ? hexDigit - '0' : hexDigit - 'a' + 10);
+}
+
+constexpr Serials packSerials() {
+  Serials packed{};
+  for (std::size_t i = 0; i < rowCount; ++i) {
+    Serial& serial = packed.row[i];
+    for (const char* digits = rows[i].serial; *digits != '\0'; digits += 2) {
+      serial.bytes[serial.length++] =
+          static_cast<unsigned char>(valueOf(digits[0]) * 16 + valueOf(digits[1]));
+    }
+  }
+  return packed;
+}
+
+constexpr Serials builtInSerials = packSerials();
+
+constexpr std::size_t countDomains() {
+  std::size_t count = 0;
+  while (rows[count].domain[0] != '\0') {
+    ++count;
+  }
+  return count;
+}
+
+constexpr std::size_t domainCount = countDomains();
+
+// The rows with a domain come first.
+struct Domains {
+  const char* row[domainCount];
+};
+
+constexpr Domains collectDomains() {
+  Domains domains{};
+  for (std::size_t i = 0; i < domainCount; ++i) {
+    domains.row[i] = rows[i].domain;
+  }
+  return domains;
+}
+
+constexpr Domains builtInDomains = collectDomains();
+
+std::string textOf(const Serial& serial) {
+  std::string text;
+  // Memory may run out here, but not in the conversion, which would end the process.
+  text.reserve(sizeof(serial.bytes) * 2);
+  auto* bytes = const_cast<unsigned char*>(serial.bytes);  // binaryToHex only reads them
+  Utilities::binaryToHex(bytes, serial.length, &text);
+  return text;
+}
 
 }  // namespace
 
@@ -50,8 +115,10 @@ DefaultCertificateBlacklist* DefaultCertificateBlacklist::getInstance()
 
 DefaultCertificateBlacklist::DefaultCertificateBlacklist()
     TRUSTLIB_THROWS(TrustManagerException, std::bad_alloc) {
-  for (const BlacklistEntry* entry = builtInTable; entry->serial != nullptr; ++entry) {
-    blacklist.insert(std::make_pair(std::string(entry->serial), std::string(entry->domain)));
+  blacklist.reserve(rowCount);
+  for (std::size_t i = 0; i < rowCount; ++i) {
+    const char* domain = i < domainCount ? builtInDomains.row[i] : "";
+    blacklist.insert(std::make_pair(textOf(builtInSerials.row[i]), std::string(domain)));
   }
   // Last, since nothing would undo it if the map could not be filled.
   pthread_mutex_init(&mutex, nullptr);

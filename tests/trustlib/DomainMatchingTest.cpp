@@ -40,7 +40,10 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"global trustee", "Global Trustee"},
                     Case{"host.*.tld", "HOST.*.tld"},  // a star compares as itself too
                     Case{"*.*.tld", "a.*.tld"},        // later stars are literal
-                    Case{"*.z\xC3\x84.tld", "a.z\xC3\x84.tld"}));
+                    Case{"*.z\xC3\x84.tld", "a.z\xC3\x84.tld"},
+                    // labels are trimmed, and empty ones do not count
+                    Case{" host* . zone.tld. .", "host1.zone..tld"},
+                    Case{"HOST*.zone.tld", "hosting.zone.tld"}));
 
 class UncoveredDomain : public testing::TestWithParam<Case> {};
 
@@ -58,7 +61,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"zone.tld", ""}, Case{"", ""}, Case{"**.zone.tld", "a.zone.tld"},
                     Case{"a**.zone.tld", "ab.zone.tld"}, Case{"*.*.tld", "a.b.tld"},
                     Case{"*", "a.b"}, Case{"*.zone.tld", "."}, Case{".", "a"},
-                    Case{"*.z\xC3\x84.tld", "a.z\xC3\xA4.tld"}));
+                    Case{"*.zone.9. .", "a.zone.9"}, Case{"*.zone", "a.zone.tld"},
+                    Case{"*.zone.tld", "a.zone"}, Case{"*.z\xC3\x84.tld", "a.z\xC3\xA4.tld"}));
 
 TEST(DomainMatching, NullDomainMatchesNothing) {
   const Names names = {"*"};

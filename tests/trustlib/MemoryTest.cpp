@@ -8,6 +8,7 @@
 
 #include "tests/support/FailingAllocation.h"
 #include "trustlib/CertificateImpl.h"
+#include "trustlib/CertificateUtilities.h"
 #include "trustlib/DefaultCertificateBlacklist.h"
 #include "trustlib/util/StringUtilities.h"
 
@@ -26,6 +27,75 @@ TEST(OutOfMemory, BlacklistLetsItThroughAndTheNextCallTriesAgain) {
     EXPECT_TRUE(failed) << successes;
   }
   EXPECT_NE(nullptr, DefaultCertificateBlacklist::getInstance());
+}
+
+using Names = std::list<std::string>;
+
+// Whether the names cover one of the domains, found out while nothing can be allocated: an
+// attempt would end the process.
+bool matchWithoutMemory(const Names& domains, const Names& commonNames, const Names& altNames) {
+  allowAllocations(0);
+  const bool matches =
+      CertificateUtilities::certificateDomainMatches(&domains, &commonNames, &altNames);
+  allowAllocations(-1);
+  return matches;
+}
+
+bool matchWithoutMemory(const std::string& domain, const Names& commonNames,
+                        const Names& altNames) {
+  allowAllocations(0);
+  const bool matches =
+      CertificateUtilities::certificateDomainMatches(&domain, &commonNames, &altNames);
+  allowAllocations(-1);
+  return matches;
+}
+
+std::string repeated(const std::string& text, int times) {
+  std::string result;
+  for (int i = 0; i < times; ++i) {
+    result += text;
+  }
+  return result;
+}
+
+Names manyNames(const std::string& prefix, const std::string& last) {
+  Names names;
+  for (int i = 0; i < 1000; ++i) {
+    names.push_back(prefix + "*.host" + std::to_string(i) + ".long-enough-for-the-heap.example");
+  }
+  names.push_back(prefix + last);
+  return names;
+}
+
+TEST(OutOfMemory, LongNameIsMatchedAllTheSame) {
+  const std::string zone = repeated("Label.", 10000) + "example";
+  EXPECT_TRUE(matchWithoutMemory("HOST." + zone, {}, {"DNS:host." + zone}));
+}
+
+TEST(OutOfMemory, LongWildcardNameIsMatchedAllTheSame) {
+  const std::string zone = repeated("Label.", 10000) + "example";
+  EXPECT_TRUE(matchWithoutMemory(repeated("HOST", 10000) + "." + zone, {}, {"DNS:host*." + zone}));
+}
+
+TEST(OutOfMemory, LongNameThatDiffersAtTheEndIsRefusedAllTheSame) {
+  const std::string zone = repeated("label.", 10000);
+  EXPECT_FALSE(matchWithoutMemory("host." + zone + "example", {}, {"DNS:*." + zone + "test"}));
+}
+
+TEST(OutOfMemory, LastOfManyAlternativeNamesIsMatchedAllTheSame) {
+  EXPECT_TRUE(matchWithoutMemory("www.a-domain-with-a-long-name.example", {},
+                                 manyNames("DNS:", "*.a-domain-with-a-long-name.example")));
+}
+
+TEST(OutOfMemory, LastOfManyCommonNamesIsMatchedAllTheSame) {
+  EXPECT_TRUE(matchWithoutMemory("www.a-domain-with-a-long-name.example",
+                                 manyNames("", "*.a-domain-with-a-long-name.example"),
+                                 {"IP Address:10.0.0.1"}));
+}
+
+TEST(OutOfMemory, LastOfManyDomainsIsMatchedAllTheSame) {
+  EXPECT_TRUE(matchWithoutMemory(manyNames("", "www.a-domain-with-a-long-name.example"), {},
+                                 {"DNS:*.a-domain-with-a-long-name.example"}));
 }
 
 TEST(OutOfMemory, EveryOtherOperationEndsTheProcess) {

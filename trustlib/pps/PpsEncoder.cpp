@@ -1,8 +1,5 @@
 #include "trustlib/pps/PpsEncoder.h"
 
-#include <locale>
-#include <sstream>
-
 PpsEncoder::PpsEncoder() TRUSTLIB_THROWS(TrustManagerException) : encoder() {}
 
 PpsEncoder::~PpsEncoder() {
@@ -70,10 +67,7 @@ void PpsEncoder::addInt(const char* name, int value) TRUSTLIB_THROWS(TrustManage
 
 void PpsEncoder::addLongLong(const char* name, long long value)
     TRUSTLIB_THROWS(TrustManagerException) {
-  std::ostringstream text;
-  text.imbue(std::locale::classic());  // the application's locale may group digits
-  text << value;
-  const std::string digits = text.str();
+  const std::string digits = std::to_string(value);
   addString(name, &digits, true);
 }
 

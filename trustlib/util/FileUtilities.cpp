@@ -84,6 +84,14 @@ void makeNamesDurable(const std::string& path) {
   }
 }
 
+// What is read and written here comes in one piece: a buffer of 8 KB would only be taken and
+// given back.
+template <typename FileStream>
+void openUnbuffered(const std::string* path, std::ios::openmode mode, FileStream* file) {
+  file->rdbuf()->pubsetbuf(nullptr, 0);
+  file->open(path->c_str(), std::ios::binary | mode);
+}
+
 std::string findHomeDirectory() {
   const char* home = getenv("HOME");
   char resolved[PATH_MAX];
@@ -157,7 +165,8 @@ void FileUtilities::createTemporaryFilePath(std::string* path)
 
 void FileUtilities::writeFile(const std::string* path, const unsigned char* data,
                               unsigned int length) TRUSTLIB_THROWS(TrustManagerException) {
-  std::ofstream file(path->c_str(), std::ios::binary | std::ios::trunc);
+  std::ofstream file;
+  openUnbuffered(path, std::ios::trunc, &file);
   if (!file.is_open()) {
     throw TrustManagerException("FileUtilities::write - failed to open file");
   }
@@ -194,7 +203,8 @@ bool FileUtilities::createFile(const std::string* path, const unsigned char* dat
 
 void FileUtilities::readFile(const std::string* path, unsigned char** data, unsigned int* length)
     TRUSTLIB_THROWS(TrustManagerException) {
-  std::ifstream file(path->c_str(), std::ios::binary);
+  std::ifstream file;
+  openUnbuffered(path, std::ios::in, &file);
   if (!file.is_open()) {
     throw TrustManagerException("FileUtilities::readFile - failed to open file");
   }

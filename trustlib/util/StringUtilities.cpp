@@ -1,6 +1,9 @@
 #include "trustlib/util/StringUtilities.h"
 
+#include <algorithm>
 #include <cstring>
+
+#include "trustlib/util/Tokens.h"
 
 namespace {
 
@@ -13,11 +16,7 @@ bool StringUtilities::isWhitespace(char byte) TRUSTLIB_THROWS(TrustManagerExcept
 }
 
 void StringUtilities::tolower(std::string& text) TRUSTLIB_THROWS(TrustManagerException) {
-  for (char& byte : text) {
-    if (byte >= 'A' && byte <= 'Z') {
-      byte = static_cast<char>(byte - 'A' + 'a');
-    }
-  }
+  std::transform(text.begin(), text.end(), text.begin(), lowerCase);
 }
 
 void StringUtilities::trimRight(std::string& text) TRUSTLIB_THROWS(TrustManagerException) {
@@ -48,19 +47,13 @@ void StringUtilities::tokenize(const std::string* text, const std::string& delim
                                std::list<std::string>& tokens)
     TRUSTLIB_THROWS(TrustManagerException) {
   tokens.clear();
-  if (text->empty() || delimiters.empty()) {
+  if (delimiters.empty()) {
     return;
   }
-  std::string::size_type start = 0;
-  while (start <= text->length()) {
-    const std::string::size_type delimiter = text->find_first_of(delimiters, start);
-    const std::string::size_type end = delimiter != std::string::npos ? delimiter : text->length();
-    std::string token(*text, start, end - start);
-    trim(token);
-    if (!token.empty()) {
-      tokens.push_back(token);
-    }
-    start = end + 1;
+  Tokens pieces(TextPart{*text}, TextPart{delimiters});
+  TextPart piece;
+  while (pieces.next(&piece)) {
+    tokens.emplace_back(piece.begin, piece.end);
   }
 }
 
