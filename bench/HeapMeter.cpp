@@ -91,22 +91,25 @@ HeapUse stopHeapMeter() {
   return use;
 }
 
-void* malloc(std::size_t size) {
+// Hidden, these would be for this program's own calls alone.
+#define DEFAULT_VISIBILITY __attribute__((visibility("default")))
+
+DEFAULT_VISIBILITY void* malloc(std::size_t size) {
   return taken(__libc_malloc(size));
 }
 
-void* calloc(std::size_t count, std::size_t size) {
+DEFAULT_VISIBILITY void* calloc(std::size_t count, std::size_t size) {
   return taken(__libc_calloc(count, size));
 }
 
 // The old block is gone before the new one is there: where both are needed for a moment, the
 // peak is too low by that.
-void* realloc(void* block, std::size_t size) {
+DEFAULT_VISIBILITY void* realloc(void* block, std::size_t size) {
   given(block);
   return taken(__libc_realloc(block, size));
 }
 
-void free(void* block) {
+DEFAULT_VISIBILITY void free(void* block) {
   given(block);
   __libc_free(block);
 }
