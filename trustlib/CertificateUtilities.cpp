@@ -67,22 +67,28 @@ bool domainMatchesName(const TextPart& domain, const TextPart& name) {
   return !domain.empty() && (sameText(domain, name) || wildcardMatches(domain, name));
 }
 
+// The names of a certificate that count, where they stand: nothing is copied.
+struct CertificateNames {
+  const std::list<std::string>* list;  // NULL: none
+  bool areAlternative;                 // then those with the prefix of DNS names count, without it
+};
+
 // The common names are a fallback only: one "DNS:" name, even an empty one, silences them.
-bool domainMatchesAnyName(const std::string& domain, const std::list<std::string>* commonNames,
-                          const std::list<std::string>* subjectAltNames) {
-  bool hasDnsNames = false;
-  if (subjectAltNames != nullptr) {
-    for (const std::string& name : *subjectAltNames) {
-      if (isDnsName(name)) {
-        hasDnsNames = true;
-        if (domainMatchesName(TextPart(domain), TextPart(name, dnsPrefixLength))) {
-          return true;
-        }
-      }
-    }
-  }
-  return !hasDnsNames && commonNames != nullptr &&
-         std::any_of(commonNames->begin(), commonNames->end(), [&domain](const std::string& name) {
+CertificateNames collectCertificateNames(const std::list<std::string>* commonNames,
+                                         const std::list<std::string>* subjectAltNames) {
+  const bool hasDnsNames = subjectAltNames != nullptr &&
+                           std::any_of(subjectAltNames->begin(), subjectAltNames->end(), isDnsName);
+  return hasDnsNames ? CertificateNames{subjectAltNames, true}
+                     : CertificateNames{commonNames, false};
+}
+
+bool domainMatchesAnyName(const std::string& domain, const CertificateNames& names) {
+  return names.list != nullptr &&
+         std::any_of(names.list->begin(), names.list->end(), [&](const std::string& name) {
+           if (names.areAlternative) {
+             return isDnsName(name) &&
+                    domainMatchesName(TextPart(domain), TextPart(name, dnsPrefixLength));
+           }
            return domainMatchesName(TextPart(domain), TextPart(name));
          });
 }
@@ -139,16 +145,18 @@ bool CertificateUtilities::certificateDomainMatches(const std::string* domain,
                                                     const std::list<std::string>* commonNames,
                                                     const std::list<std::string>* subjectAltNames)
     TRUSTLIB_THROWS(TrustManagerException) {
-  return domain != nullptr && domainMatchesAnyName(*domain, commonNames, subjectAltNames);
+  return domain != nullptr &&
+         domainMatchesAnyName(*domain, collectCertificateNames(commonNames, subjectAltNames));
 }
 
 bool CertificateUtilities::certificateDomainMatches(const std::list<std::string>* domains,
                                                     const std::list<std::string>* commonNames,
                                                     const std::list<std::string>* subjectAltNames)
     TRUSTLIB_THROWS(TrustManagerException) {
+  const CertificateNames names = collectCertificateNames(commonNames, subjectAltNames);
   return domains != nullptr &&
-         std::any_of(domains->begin(), domains->end(), [&](const std::string& domain) {
-           return domainMatchesAnyName(domain, commonNames, subjectAltNames);
+         std::any_of(domains->begin(), domains->end(), [&names](const std::string& domain) {
+           return domainMatchesAnyName(domain, names);
          });
 }
 

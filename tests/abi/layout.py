@@ -39,12 +39,25 @@ def exported_classes(symbols):
     return sorted({rest[:int(length)] for length, rest in (m.groups() for m in found)})
 
 
-def relocated_words():
-    """Address of each word that the dynamic linker fills -> name of the symbol it puts there."""
-    entry = re.compile(r"([0-9a-f]+) +[0-9a-f]+ +R_(?:(?:X86_64_64|ARM_ABS32) +\S+ +([^@ ]+))?")
-    found = filter(None, map(entry.match, readelf("--relocs")))
-    special = {None: HIDDEN, "__cxa_pure_virtual": PURE}
-    return {int(m[1], 16): special.get(m[2], m[2]) for m in found}
+def relocated_words(symbols):
+    """Address of each word that the dynamic linker fills -> name of the symbol it puts there.
+
+    For a function of the library itself it may only be told where that is."""
+    names = {address: name for name, (address, _) in symbols.items()}
+    entry = re.compile(r"([0-9a-f]+) +[0-9a-f]+ +R_"
+                       r"(?:(?:X86_64_64|ARM_ABS32) +\S+ +([^@ ]+)|(\S+_RELATIVE) *([0-9a-f]*))?")
+    words = {}
+    for m in filter(None, map(entry.match, readelf("--relocs"))):
+        place, name = int(m[1], 16), m[2]
+        if m[3]:
+            # Where the entry does not say it, the word itself holds it.
+            name = names.get(int(m[4], 16) if m[4] else word_at(place))
+        words[place] = {None: HIDDEN, "__cxa_pure_virtual": PURE}.get(name, name)
+    return words
+
+
+def word_at(address):
+    return int(gdb.parse_and_eval(f"*(unsigned int *) {address}"))
 
 
 def vtable(name, symbols, words):
@@ -128,7 +141,7 @@ def print_class(name, types, vtables):
 
 def main():
     symbols = exported_symbols()
-    words = relocated_words()
+    words = relocated_words(symbols)
     types = {name: gdb.lookup_type(name) for name in exported_classes(symbols)}
     vtables = {name: vtable(name, symbols, words) for name in types}
     print(EXPLANATION)

@@ -20,7 +20,7 @@ constexpr bool kEmulated = false;
 
 // How many of `usual` repetitions a stress test is to make in this build.
 constexpr int timesHere(int usual) {
-  return kSanitized || kEmulated ? usual / 5 : usual;
+  return kEmulated ? usual / 20 : kSanitized ? usual / 5 : usual;
 }
 
 #endif

@@ -45,7 +45,7 @@ class TrustctlTest : public testing::Test {
   static void awaitControlObjectBelow(const std::string& directory);
 
   // Waits for processes that lost their parent to end, as long as the test may run.
-  static void awaitOrphans();
+  void awaitOrphans() const;
 
   // An executable shell script with these lines.
   std::string script(const std::string& lines) const;
