@@ -234,8 +234,9 @@ class Assembly {
     if (twoBadPaths_) addAlternative(0, Alternative::forClients);
     if (members_.size() > 1) {
       for (unsigned left = random_.percent(30) ? 1 + random_.below(2) : 0; left > 0; --left) {
-        addAlternative(random_.below(members_.size() - 1),
-                       static_cast<Alternative>(random_.below(kAlternatives)));
+        // In this order: that of arguments differs from target to target.
+        const auto alternative = static_cast<Alternative>(random_.below(kAlternatives));
+        addAlternative(random_.below(members_.size() - 1), alternative);
       }
     }
     if (random_.percent(15)) {
