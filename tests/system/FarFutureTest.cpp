@@ -23,7 +23,6 @@
 namespace {
 
 using testing::MatchesRegex;
-using testing::SizeIs;
 
 class FarFuture : public testing::Test {
  protected:
