@@ -32,6 +32,10 @@ function(trustlib_target target)
   if(TRUSTLIB_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${TRUSTLIB_SANITIZE}
                            -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+      target_compile_options(${target} PRIVATE
+        "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/sanitizer-ignorelist.txt")
+    endif()
     target_link_options(${target} PRIVATE -fsanitize=${TRUSTLIB_SANITIZE})
   endif()
   if(arg_LIBRARY_NAME)

@@ -24,10 +24,12 @@ constexpr bool kSeesAll = timesHere(2000) == 2000;
 
 DifferentialOptions options{3, 0, kDefaultCount};
 
-// The classes that no chain of the report is in.
+// The classes that no chain of the report is in, but should be, whatever GnuTLS is installed.
 std::set<std::string> classesNotSeen(const DifferentialReport& report) {
   std::set<std::string> names;
-  for (const DisagreementClass& one : readDisagreementClasses()) names.insert(one.name);
+  for (const DisagreementClass& one : readDisagreementClasses()) {
+    if (one.whoAccepts != "older GnuTLS") names.insert(one.name);
+  }
   for (const auto& [name, count] : report.disagreements) names.erase(name);
   return names;
 }
@@ -70,7 +72,7 @@ TEST(DifferentialDocument, ShowsEveryClass) {
   std::ostringstream table;
   table << "| class | accepts | refuses for | why |\n|---|---|---|---|\n";
   for (const DisagreementClass& one : readDisagreementClasses()) {
-    table << "| " << one.name << " | " << (one.weAccept ? "we" : "GnuTLS") << " |";
+    table << "| " << one.name << " | " << one.whoAccepts << " |";
     for (const std::string& finding : one.findings) table << " `" << finding << "`";
     table << " | " << one.explanation << " |\n";
   }

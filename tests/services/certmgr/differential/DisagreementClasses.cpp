@@ -24,8 +24,10 @@ bool holds(const DisagreementClass& one, const std::string& finding,
 std::vector<DisagreementClass> readDisagreementClasses() {
   std::vector<DisagreementClass> classes;
   for (const auto& row : readTable(DISAGREEMENT_CLASSES, 5)) {
-    if (row[1] != "we" && row[1] != "GnuTLS") throw std::runtime_error("who accepts: " + row[1]);
-    classes.push_back({row[0], row[1] == "we", setOf(row[2]), setOf(row[3]), row[4]});
+    if (row[1] != "we" && row[1] != "GnuTLS" && row[1] != "older GnuTLS") {
+      throw std::runtime_error("who accepts: " + row[1]);
+    }
+    classes.push_back({row[0], row[1], setOf(row[2]), setOf(row[3]), row[4]});
   }
   return classes;
 }
@@ -38,7 +40,7 @@ Classified classify(const std::vector<DisagreementClass>& classes,
   for (const std::string& finding : refusal.findings) {
     const auto found =
         std::find_if(classes.begin(), classes.end(), [&](const DisagreementClass& one) {
-          return one.weAccept == ours.accepts() && holds(one, finding, features);
+          return (one.whoAccepts == "we") == ours.accepts() && holds(one, finding, features);
         });
     if (found == classes.end()) {
       classified.unexplained.insert(finding);

@@ -10,7 +10,7 @@
 // A known kind of disagreement: a row of classes.txt.
 struct DisagreementClass {
   std::string name;
-  bool weAccept = false;           // and GnuTLS refuses; or the other way round
+  std::string whoAccepts;          // "we" or "GnuTLS", or "older GnuTLS": then newer ones agree
   std::set<std::string> findings;  // of the one that refuses
   std::set<std::string> features;  // the chain has one of these
   std::string explanation;         // what happens, and why we are right
