@@ -11,7 +11,7 @@ test_packages=(libgtest-dev libgmock-dev libbenchmark-dev valgrind tmux mandoc l
 armhf_packages=(libc6-dev libstdc++-12-dev libssl-dev rapidjson-dev libasio-dev libcli11-dev libfmt-dev
   libicu-dev libncurses-dev libseccomp-dev libgtest-dev libgmock-dev libbenchmark-dev
   libgnutls28-dev)
-armhf_tools=(g++-arm-linux-gnueabihf qemu-user-static gdb-multiarch)
+armhf_tools=(g++-arm-linux-gnueabihf qemu-user-static)
 
 # fail TEXT: says what failed and what to do next, and ends the script.
 fail() {
@@ -82,4 +82,33 @@ configure_and_build() {
   printf 'Building the %s preset\n' "$1"
   run_logged "$log" cmake --preset "$1"
   run_logged "$log" cmake --build --preset "$1"
+}
+
+# run_tests PRESET [CTEST-ARGUMENT...]: ctest, and then what the test cases that share a process
+# left out or made smaller, which ctest does not show.
+run_tests() {
+  local log=build/$1/Testing/Temporary/LastTest.log
+  ctest --preset "$@"
+  printf 'Left out or smaller in this build:\n'
+  # A case that is skipped has a line with its place, and the reason in the next.
+  { grep -A 1 ': Skipped$' "$log" | grep -v -e ': Skipped$' -e '^--$' | sort | uniq -c
+    grep -o 'smaller here: .*' "$log" | sort | uniq -c; } || true
+}
+
+# register_emulator: has the kernel start programs for 32-bit ARM through the emulator, so that our
+# programs can start each other. On a running Debian the package sees to that. Wants the sysroot.
+register_emulator() {
+  local registry=/proc/sys/fs/binfmt_misc rule=/usr/lib/binfmt.d/qemu-arm.conf
+  local program=build/armhf-sysroot/lib/ld-linux-armhf.so.3
+  if "$program" --version >/dev/null 2>&1; then
+    return
+  fi
+  printf 'Registering the emulator with the kernel\n'
+  if [[ ! -e $registry/register ]]; then
+    as_root mount -t binfmt_misc binfmt_misc "$registry" || true
+  fi
+  as_root sh -c "cat '$rule' >'$registry/register'" || true
+  "$program" --version >/dev/null ||
+    fail "the kernel cannot be told of the emulator here; in a container, outside of it as root:
+  apt-get install qemu-user-static binfmt-support"
 }

@@ -59,7 +59,17 @@ constexpr std::size_t countDomains() {
 
 constexpr std::size_t domainCount = countDomains();
 
-// The rows with a domain come first.
+constexpr bool isEachRowAfterWithoutDomain() {
+  for (std::size_t i = domainCount; i < rowCount; ++i) {
+    if (rows[i].domain[0] != '\0') {
+      return false;
+    }
+  }
+  return true;
+}
+
+static_assert(isEachRowAfterWithoutDomain(), "rows with a domain must come first");
+
 struct Domains {
   const char* row[domainCount];
 };

@@ -1,6 +1,7 @@
 # Builds for 32-bit ARM Linux with hardware floating point, against build/armhf-sysroot
 # (scripts/armhf-sysroot makes it) or the sysroot that CMAKE_SYSROOT names.
-#   -DTRUSTLIB_ARMHF_COMPILER=clang takes clang in place of g++
+#   -DTRUSTLIB_ARMHF_COMPILER=clang takes clang in place of g++, which links with a C library and a
+#   C++ runtime of its own and takes the other libraries from the sysroot
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)

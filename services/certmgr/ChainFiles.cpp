@@ -12,7 +12,7 @@
 
 #include "platform/objects/ControlSocket.h"
 #include "services/certmgr/path/Digest.h"
-#include "services/common/FileStatus.h"
+#include "services/common/FileSystem.h"
 
 namespace {
 

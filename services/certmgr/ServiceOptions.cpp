@@ -6,7 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "services/common/FileStatus.h"
+#include "services/common/FileSystem.h"
 #include "services/common/ServiceMain.h"
 #include "services/common/TimeText.h"
 

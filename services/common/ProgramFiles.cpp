@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include "services/common/FileStatus.h"
+#include "services/common/FileSystem.h"
 
 bool isProgram(const std::filesystem::path& path) {
   return isPlainFile(path) && access(path.c_str(), X_OK) == 0;

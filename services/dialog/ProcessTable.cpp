@@ -7,7 +7,7 @@
 #include <stdexcept>
 
 #include "services/common/CertificateFiles.h"
-#include "services/common/FileStatus.h"
+#include "services/common/FileSystem.h"
 
 namespace {
 

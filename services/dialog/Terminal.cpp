@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-#include "services/common/FileStatus.h"
+#include "services/common/FileSystem.h"
 #include "services/common/UserIdentity.h"
 #include "services/dialog/ProcessTable.h"
 

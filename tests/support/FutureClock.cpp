@@ -4,19 +4,44 @@
 
 #include "tests/support/ClockShift.h"
 
-FutureClock::FutureClock(std::int64_t secondsSince1970) {
-  const char* options = getenv("ASAN_OPTIONS");
-  sanitizerOptions_ = options != nullptr ? options : "";
+namespace {
+
+constexpr const char* kPreload = "LD_PRELOAD";
+constexpr const char* kSanitizerOptions = "ASAN_OPTIONS";
+
+std::optional<std::string> valueOf(const char* variable) {
+  const char* value = getenv(variable);
+  return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
+}
+
+// Puts one more before what is in the variable.
+void prepend(const char* variable, const std::string& one,
+             const std::optional<std::string>& others) {
+  setenv(variable, others ? (one + ":" + *others).c_str() : one.c_str(), 1);
+}
+
+void restore(const char* variable, const std::optional<std::string>& value) {
+  if (value) {
+    setenv(variable, value->c_str(), 1);
+  } else {
+    unsetenv(variable);
+  }
+}
+
+}  // namespace
+
+FutureClock::FutureClock(std::int64_t secondsSince1970)
+    : preloaded_(valueOf(kPreload)), sanitizerOptions_(valueOf(kSanitizerOptions)) {
   const std::int64_t ahead = secondsSince1970 - unshiftedSeconds();
   setenv(CLOCK_SHIFT_VARIABLE, std::to_string(ahead).c_str(), 1);
-  setenv("LD_PRELOAD", CLOCK_SHIFT_LIBRARY, 1);
-  setenv("ASAN_OPTIONS", (sanitizerOptions_ + ":verify_asan_link_order=0").c_str(), 1);
+  prepend(kPreload, CLOCK_SHIFT_LIBRARY, preloaded_);
+  prepend(kSanitizerOptions, "verify_asan_link_order=0", sanitizerOptions_);
   shiftClock(ahead);
 }
 
 FutureClock::~FutureClock() {
   shiftClock(0);
   unsetenv(CLOCK_SHIFT_VARIABLE);
-  unsetenv("LD_PRELOAD");
-  setenv("ASAN_OPTIONS", sanitizerOptions_.c_str(), 1);
+  restore(kPreload, preloaded_);
+  restore(kSanitizerOptions, sanitizerOptions_);
 }

@@ -2,6 +2,7 @@
 #define TESTS_SUPPORT_FUTURECLOCK_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 // Puts the clock of the calling process, and of those that it starts from now on, to another
@@ -16,7 +17,9 @@ class FutureClock {
   FutureClock& operator=(const FutureClock&) = delete;
 
  private:
-  std::string sanitizerOptions_;  // of the surroundings
+  // What they were before; none: they were not set.
+  std::optional<std::string> preloaded_;
+  std::optional<std::string> sanitizerOptions_;
 };
 
 #endif

@@ -74,15 +74,15 @@ TEST_F(FarFuture, CertificateWithoutAnEndIsTrusted) {
 TEST_F(FarFuture, StoreThatWasWrittenThatYearIsRead) {
   const std::string store = road.world.root() + "/stores/common/user_trusted";
   for (const auto& entry : std::filesystem::directory_iterator(store)) {
-    ASSERT_TRUE(setDate(entry.path(), kFarDate - 100));
+    if (!setDate(entry.path(), kFarDate - 100)) GTEST_SKIP() << kNoSuchDate;
   }
-  ASSERT_TRUE(setDate(store, kFarDate - 100));
+  if (!setDate(store, kFarDate - 100)) GTEST_SKIP() << kNoSuchDate;
   EXPECT_TRUE(verify("20200101000000Z", "20991231235959Z")->isValid());
 }
 
 TEST_F(FarFuture, RuntimeDirectoryOfThatYearIsUsed) {
-  ASSERT_TRUE(setDate(road.world.runtime(), kFarDate));
-  ASSERT_TRUE(setDate(road.world.root(), kFarDate));
+  if (!setDate(road.world.runtime(), kFarDate)) GTEST_SKIP() << kNoSuchDate;
+  if (!setDate(road.world.root(), kFarDate)) GTEST_SKIP() << kNoSuchDate;
   EXPECT_TRUE(verify("20200101000000Z", "20991231235959Z")->isValid());
 }
 
@@ -91,6 +91,13 @@ TEST_F(FarFuture, TemporaryFileIsNamedAfterTheTime) {
   std::string path;
   FileUtilities::createTemporaryFilePath(&path);
   EXPECT_THAT(path, MatchesRegex(".*/home/tmp/2379[89][0-9]+\\.der"));
+}
+
+TEST_F(FarFuture, TemporaryFileIsNamedAfterATimePast32BitsWithoutASignToo) {
+  const FutureClock in2300(10413792000);
+  std::string path;
+  FileUtilities::createTemporaryFilePath(&path);
+  EXPECT_THAT(path, MatchesRegex(".*/home/tmp/1041379[0-9]{5,}\\.der"));
 }
 
 TEST_F(FarFuture, DecisionIsStoredAndFound) {
@@ -110,9 +117,9 @@ TEST_F(FarFuture, DecisionThatWasStoredThatYearIsFound) {
   const CertificateExceptionImpl decision(0x8, nullptr, chain.list());
   store.addException(&decision);
   for (const auto& entry : std::filesystem::directory_iterator(path)) {
-    ASSERT_TRUE(setDate(entry.path(), kFarDate));
+    if (!setDate(entry.path(), kFarDate)) GTEST_SKIP() << kNoSuchDate;
   }
-  ASSERT_TRUE(setDate(path, kFarDate));
+  if (!setDate(path, kFarDate)) GTEST_SKIP() << kNoSuchDate;
   FileCertificateExceptionStore later(&path);
   EXPECT_TRUE(later.exceptionExists(&decision));
 }

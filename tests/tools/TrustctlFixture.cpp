@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -156,7 +157,7 @@ void TrustctlTest::awaitOrphans() const {
   }
   // Those that the emulator gave to others are known by what they leave.
   while (kEmulated && !std::filesystem::is_empty(temporary_)) {
-    std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
 }
 

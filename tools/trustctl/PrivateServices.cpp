@@ -12,7 +12,7 @@
 #include <fmt/format.h>
 
 #include "platform/objects/ControlObject.h"
-#include "services/common/FileStatus.h"
+#include "services/common/FileSystem.h"
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/Interruption.h"
@@ -115,7 +115,7 @@ void PrivateServices::startDialog(const DialogSettings& settings) {
 
 void PrivateServices::makeDirectory() {
   running_ = runningDirectory();
-  std::string path = temporaryDirectory() + "/trustctl-XXXXXX";
+  std::string path = (fs::path(temporaryDirectory()) / "trustctl-XXXXXX").string();
   const InterruptionBlocker blocker;  // made and known, or neither
   if (mkdtemp(path.data()) == nullptr) {
     throw CommandError(

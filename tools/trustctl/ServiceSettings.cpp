@@ -7,7 +7,7 @@
 
 #include <fmt/format.h>
 
-#include "services/common/FileStatus.h"
+#include "services/common/FileSystem.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/InputFile.h"
 #include "tools/trustctl/PemBlocks.h"

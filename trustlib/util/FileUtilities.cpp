@@ -156,7 +156,7 @@ void FileUtilities::getLocalCertificateExceptionStoreDirPath(std::string* path)
 
 void FileUtilities::createTemporaryFilePath(std::string* path)
     TRUSTLIB_THROWS(TrustManagerException) {
-  const std::string now = std::to_string(static_cast<unsigned long>(time(nullptr)));
+  const std::string now = std::to_string(static_cast<unsigned long long>(time(nullptr)));
   const std::string counter = std::to_string(temporaryFileCounter++);
   const std::string directory = homeDirectory() + "/tmp";
   createDirectoryPath(&directory);

@@ -21,7 +21,7 @@
 #include "services/certmgr/stores/StoreFiles.h"
 #include "services/certmgr/stores/StoreItem.h"
 #include "services/common/CertificateFiles.h"
-#include "services/common/FileStatus.h"
+#include "services/common/FileSystem.h"
 #include "services/common/PrintableText.h"
 
 namespace {

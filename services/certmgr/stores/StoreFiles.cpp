@@ -8,7 +8,7 @@
 #include <set>
 #include <string_view>
 
-#include "services/common/FileStatus.h"
+#include "services/common/FileSystem.h"
 #include "services/common/TimeText.h"
 
 namespace {

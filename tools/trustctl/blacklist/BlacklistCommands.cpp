@@ -5,7 +5,7 @@
 
 #include <fmt/format.h>
 
-#include "services/common/FileStatus.h"
+#include "services/common/FileSystem.h"
 #include "services/common/PrintableText.h"
 #include "services/common/TextWriter.h"
 #include "tools/trustctl/Command.h"

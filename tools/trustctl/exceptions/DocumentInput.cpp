@@ -6,11 +6,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <string_view>
 
 #include <fmt/format.h>
 
-#include "services/common/FileStatus.h"
+#include "services/common/FileSystem.h"
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/InputFile.h"
@@ -30,7 +31,7 @@ std::string reasonOf(int error) {
 }
 
 void makeUnnamedFile(FileDescriptor* file) {
-  std::string path = temporaryDirectory() + "/trustctl-XXXXXX";
+  std::string path = (std::filesystem::path(temporaryDirectory()) / "trustctl-XXXXXX").string();
   const InterruptionBlocker blocker;  // made and without a name, or neither
   const int fd = mkostemp(path.data(), O_CLOEXEC);
   if (fd == -1) {

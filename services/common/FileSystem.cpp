@@ -1,4 +1,4 @@
-#include "services/common/FileStatus.h"
+#include "services/common/FileSystem.h"
 
 #include <errno.h>
 #include <limits.h>
