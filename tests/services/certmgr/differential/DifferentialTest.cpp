@@ -45,7 +45,8 @@ TEST(Differential, EveryDisagreementIsOfAKnownClass) {
     runDifferential(more, report);
   }
   if (!kSeesAll) printf("smaller here: %d random chains of 2000\n", timesHere(2000));
-  printf("of %llu chains ", static_cast<unsigned long long>(more.first + more.count));
+  const unsigned long long judged = more.first + more.count;
+  printf("of %llu chains ", judged);
   printf("both accept %llu, both refuse %llu\n", static_cast<unsigned long long>(report.bothAccept),
          static_cast<unsigned long long>(report.bothRefuse));
   for (const auto& [name, count] : report.disagreements) {
