@@ -150,8 +150,11 @@ TEST(DialogTime, IsTheWholeTimeWhenTheTurnCameAtOnce) {
   EXPECT_EQ(60, secondsForTheUser(60, 0));
 }
 
-TEST(DialogTime, IsWhatTheWaitLeftDownToTheLeastDisplayTime) {
+TEST(DialogTime, IsWhatTheWaitLeft) {
   EXPECT_EQ(59, secondsForTheUser(60, 1));
+}
+
+TEST(DialogTime, IsWhatTheWaitLeftDownToTheLeastDisplayTime) {
   EXPECT_EQ(10, secondsForTheUser(60, 50));
 }
 
@@ -159,8 +162,11 @@ TEST(DialogTime, FallsBackToTheWholeTimeOnPurposeWhenLessIsLeft) {
   EXPECT_EQ(60, secondsForTheUser(60, 51));
 }
 
-TEST(DialogTime, IsCountedOnAfterTheEndOf32Bits) {
+TEST(DialogTime, IsCountedOnAcrossTheEndOf32Bits) {
   EXPECT_EQ(40, secondsForTheUser(60, 20, 2147483640));
+}
+
+TEST(DialogTime, IsCountedOnAfterTheEndOf32Bits) {
   EXPECT_EQ(40, secondsForTheUser(60, 20, static_cast<time_t>(2379888000)));
 }
 
