@@ -2,8 +2,8 @@
 #define TESTS_SUPPORT_FUTURECLOCK_H
 
 #include <cstdint>
-#include <optional>
-#include <string>
+
+#include "tests/support/KeptVariable.h"
 
 // Puts the clock of the calling process, and of those that it starts from now on, to another
 // moment; it goes on from there. As on a machine with that date, functions of a 32-bit C library
@@ -17,9 +17,9 @@ class FutureClock {
   FutureClock& operator=(const FutureClock&) = delete;
 
  private:
-  // What they were before; none: they were not set.
-  std::optional<std::string> preloaded_;
-  std::optional<std::string> sanitizerOptions_;
+  const KeptVariable shift_;
+  const KeptVariable preloaded_{"LD_PRELOAD"};
+  const KeptVariable sanitizerOptions_{"ASAN_OPTIONS"};
 };
 
 #endif

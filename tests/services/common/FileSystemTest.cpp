@@ -1,11 +1,9 @@
 #include "services/common/FileSystem.h"
 
 #include <errno.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -14,21 +12,14 @@
 #include "services/common/CertificateFiles.h"
 #include "services/common/ProgramFiles.h"
 #include "tests/support/FarDate.h"
+#include "tests/support/KeptVariable.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace {
 
 class FileSystem : public testing::Test {
  protected:
-  ~FileSystem() override { setTemporaryDirectory(before); }
-
-  static void setTemporaryDirectory(const std::optional<std::string>& path) {
-    path ? setenv("TMPDIR", path->c_str(), 1) : unsetenv("TMPDIR");
-  }
-
-  const char* const named = getenv("TMPDIR");
-  const std::optional<std::string> before =
-      named != nullptr ? std::optional<std::string>(named) : std::nullopt;
+  const KeptVariable temporary{"TMPDIR"};
   TemporaryDirectory directory;
   const std::string file = directory.write("file", "content");
 };
@@ -103,12 +94,12 @@ TEST_F(FileSystem, NoDirectoryIsMadeOverAFile) {
 }
 
 TEST_F(FileSystem, TemporaryFilesGoWhereTheVariableSays) {
-  setTemporaryDirectory(directory.path());
+  temporary.set(directory.path());
   EXPECT_EQ(directory.path(), temporaryDirectory());
 }
 
 TEST_F(FileSystem, TemporaryFilesGoToTheUsualPlaceWhenTheVariableNamesNone) {
-  setTemporaryDirectory(directory.path("missing"));
+  temporary.set(directory.path("missing"));
   EXPECT_EQ("/tmp", temporaryDirectory());
 }
 
@@ -127,7 +118,7 @@ TEST_F(FarDatedFiles, DirectoriesAreMadeInADirectory) {
 }
 
 TEST_F(FarDatedFiles, TemporaryFilesGoWhereTheVariableSays) {
-  setTemporaryDirectory(directory.path());
+  temporary.set(directory.path());
   EXPECT_EQ(directory.path(), temporaryDirectory());
 }
 
