@@ -34,6 +34,9 @@ INSTANTIATE_TEST_SUITE_P(Refused, StoreName,
                                          Name{std::string("a\0b", 3), false},
                                          Name{std::string(65, 'a'), false}));
 
+// Holds no anchor, but is surely older than a moment.
+constexpr char kOldFile[] = TRUSTLIB_SOURCE_DIR "/LICENSE";
+
 class TrustStoresTest : public testing::Test {
  protected:
   TrustStoresTest() : root(CertificateMaker("Root").asCa().make()) {}
@@ -74,8 +77,7 @@ TEST_F(TrustStoresTest, BrokenFileDoesNotStopTheOthers) {
 }
 
 TEST_F(TrustStoresTest, UnchangedStoreIsLoadedOnce) {
-  // This source file holds no anchor, but is surely older than a moment.
-  TrustStores stores({.root = directory_.path("nowhere"), .files = {__FILE__}});
+  TrustStores stores({.root = directory_.path("nowhere"), .files = {kOldFile}});
   EXPECT_EQ(stores.get("a", "b"), stores.get("A", "B"));
 }
 
@@ -87,13 +89,13 @@ TEST_F(TrustStoresTest, StoresOfDifferentNamesAreApart) {
 }
 
 TEST_F(TrustStoresTest, StoresWithoutFilesOfTheirOwnAreOne) {
-  TrustStores stores({.root = directory_.path("nowhere"), .files = {__FILE__}});
+  TrustStores stores({.root = directory_.path("nowhere"), .files = {kOldFile}});
   EXPECT_EQ(stores.get("a", "b"), stores.get("a", "c"));
   EXPECT_EQ(1U, stores.loads());
 }
 
 TEST_F(TrustStoresTest, NamesThatAreMadeUpPushOutNoStore) {
-  TrustStores stores({.root = directory_.path("nowhere"), .files = {__FILE__}});
+  TrustStores stores({.root = directory_.path("nowhere"), .files = {kOldFile}});
   const auto before = stores.get("a", "b");
   for (int i = 0; i < 100; ++i) stores.get("a", std::to_string(i));
   EXPECT_EQ(before, stores.get("a", "b"));
@@ -118,7 +120,7 @@ class NoDescriptorsLeft {
 
 TEST_F(TrustStoresTest, FileThatCouldNotBeReadIsTriedAgain) {
   if (kSanitized) GTEST_SKIP() << "the sanitizer takes descriptors of its own and fails without";
-  TrustStores stores({.root = directory_.path("nowhere"), .files = {__FILE__}});
+  TrustStores stores({.root = directory_.path("nowhere"), .files = {kOldFile}});
   std::shared_ptr<const TrustStore> before;
   {
     const NoDescriptorsLeft full;
@@ -130,7 +132,7 @@ TEST_F(TrustStoresTest, FileThatCouldNotBeReadIsTriedAgain) {
 
 TEST_F(TrustStoresTest, FileThatStaysUnreadableChangesNothing) {
   if (kSanitized) GTEST_SKIP() << "the sanitizer takes descriptors of its own and fails without";
-  TrustStores stores({.root = directory_.path("nowhere"), .files = {__FILE__}});
+  TrustStores stores({.root = directory_.path("nowhere"), .files = {kOldFile}});
   const NoDescriptorsLeft full;
   const auto before = stores.get("a", "b");
   std::filesystem::create_directory(directory_.path("nowhere"));
@@ -182,7 +184,7 @@ TEST_F(TrustStoresTest, ChangeBehindALinkIsSeenByTheNextRequest) {
 }
 
 TEST_F(TrustStoresTest, ForgottenStoreIsLoadedAnew) {
-  TrustStores stores({.root = directory_.path("nowhere"), .files = {__FILE__}});
+  TrustStores stores({.root = directory_.path("nowhere"), .files = {kOldFile}});
   const auto before = stores.get("a", "b");
   stores.forget();
   EXPECT_NE(before, stores.get("a", "b"));
