@@ -1,17 +1,22 @@
 // What holds while others change the store.
 
 #include <fcntl.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/tools/exceptions/ExceptionsFixture.h"
+#include "tools/trustctl/CommandError.h"
+#include "tools/trustctl/exceptions/StillStore.h"
 #include "tools/trustctl/exceptions/StoreWriter.h"
 
 namespace fs = std::filesystem;
@@ -28,7 +33,42 @@ class ExceptionsSafety : public ExceptionsTest {
 
   std::string lockFile() const { return store_ + "/.trustctl.lock"; }
 
+  // What a run that changes the store holds; close() ends it. By another name of the file, as what
+  // a run inherits until it begins must not look like its own.
+  int lockStore() const {
+    const std::string otherName = directory_.path("lock");
+    std::ofstream(lockFile(), std::ios::app).flush();
+    fs::remove(otherName);
+    fs::create_hard_link(lockFile(), otherName);
+    const int lock = open(otherName.c_str(), O_RDONLY | O_CLOEXEC);
+    EXPECT_EQ(0, flock(lock, LOCK_EX));
+    return lock;
+  }
+
+  // Until the run has the lock's file open, when there is nothing left for it to do but to wait;
+  // or until it has ended.
+  void awaitLockOrEnd(pid_t run) const {
+    siginfo_t ended = {};
+    while (!hasOpen(run, lockFile()) && ended.si_pid == 0) {
+      sched_yield();
+      waitid(P_PID, static_cast<id_t>(run), &ended, WEXITED | WNOHANG | WNOWAIT);
+    }
+  }
+
   std::vector<ExceptionRecord> family_ = recordsOfOneHash(10);
+
+ private:
+  static bool hasOpen(pid_t run, const std::string& path) {
+    std::error_code gone;
+    const fs::path files = fs::path("/proc") / std::to_string(run) / "fd";
+    for (const auto& entry : fs::directory_iterator(files, gone)) {
+      std::error_code ignored;
+      if (fs::read_symlink(entry.path(), ignored) == path) {
+        return true;
+      }
+    }
+    return false;
+  }
 };
 
 TEST_F(ExceptionsSafety, TwoWritersAtOnceLoseNothing) {
@@ -70,26 +110,57 @@ TEST_F(ExceptionsSafety, LibraryThatAddsWhileTheToolRemovesLosesNothing) {
                                     family_[8]}));
 }
 
+// Where the last decision takes the place of one that is removed, its own name leads nowhere.
+TEST_F(ExceptionsSafety, DecisionThatAnotherRunMovesIsFound) {
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{"remove", "--yes", "ab"}, {"show", "ab"}, {"list"}}) {
+    const std::string removed = store_ + "/" + place(family_[0], 0);
+    const std::string moved = store_ + "/" + place(family_[1], 1);
+    const int lock = lockStore();
+    const std::string between = directory_.path("between");
+    fs::rename(moved, between);
+    const pid_t reader = start(commandLine(words));
+    awaitLockOrEnd(reader);
+    fs::rename(between, removed);
+    close(lock);
+    const ProgramRun run = finish(reader);
+    EXPECT_EQ(0, run.status) << words.front() << ": " << run.err;
+    EXPECT_THAT(run.out, testing::HasSubstr("ab")) << words.front();
+  }
+}
+
+TEST_F(ExceptionsSafety, LookBeganBeforeTheFirstChangeOfAllIsRepeated) {
+  placeFamily(0, 2);
+  int looks = 0;
+  whileStill(ExceptionStore(store_), [&] {
+    if (++looks == 1) StoreWriter(store_).add(family_[2]);
+  });
+  EXPECT_EQ(2, looks);
+}
+
+TEST_F(ExceptionsSafety, LookThatFailedDuringTheFirstChangeOfAllIsRepeated) {
+  placeFamily(0, 2);
+  int looks = 0;
+  whileStill(ExceptionStore(store_), [&] {
+    if (++looks == 1) {
+      StoreWriter(store_).add(family_[2]);
+      throw CommandError(ExitStatus::undecided, "gone");
+    }
+  });
+  EXPECT_EQ(2, looks);
+}
+
+TEST_F(ExceptionsSafety, LookThatFailsInAStillStoreFails) {
+  placeFamily(0, 2);
+  const auto look = [] { throw CommandError(ExitStatus::undecided, "broken"); };
+  EXPECT_THROW(whileStill(ExceptionStore(store_), look), CommandError);
+}
+
 TEST_F(ExceptionsSafety, WaitForAnotherRunEndsWithASignal) {
   placeFamily(0, 1);
-  const int lock = open(lockFile().c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600);
-  ASSERT_EQ(0, flock(lock, LOCK_EX));
+  const int lock = lockStore();
   const pid_t child = start(commandLine({"remove", "--yes", "a"}));
-  // Once it has the file open there is nothing left for it to do but to wait.
-  const auto isWaiting = [this, child] {
-    std::error_code gone;
-    const fs::path link = fs::path("/proc") / std::to_string(child) / "fd";
-    for (const auto& entry : fs::directory_iterator(link, gone)) {
-      std::error_code ignored;
-      if (fs::read_symlink(entry.path(), ignored) == lockFile()) {
-        return true;
-      }
-    }
-    return false;
-  };
-  while (!isWaiting()) {
-    sched_yield();
-  }
+  awaitLockOrEnd(child);
   kill(child, SIGTERM);
   EXPECT_EQ(-SIGTERM, finish(child).status);
   EXPECT_TRUE(libraryFinds(store_, family_[0]));

@@ -17,6 +17,7 @@
 #include "tools/trustctl/VerdictReport.h"
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
 #include "tools/trustctl/exceptions/Repair.h"
+#include "tools/trustctl/exceptions/StillStore.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 
 namespace {
@@ -113,9 +114,9 @@ Report examine(const ExceptionStore& store) {
   if (!report.empty() && access(store.directory().c_str(), R_OK | X_OK) == -1) {
     return report;  // that much is wrong that no more can be seen
   }
-  const DirectoryEntries entries(store.directory(), true);
-  const StoreLock stillness(entries, StoreLock::Kind::look);
-  addFindings(Diagnosis(store).examineAll(), &report);
+  std::vector<Finding> findings;
+  whileStill(store, [&] { findings = Diagnosis(store).examineAll(); });
+  addFindings(findings, &report);
   return report;
 }
 

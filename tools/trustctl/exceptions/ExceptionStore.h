@@ -13,7 +13,7 @@
 constexpr std::size_t maxRecordBytes = std::size_t{16} * 1024 * 1024;
 
 // A store as it lies there, for reading. Makes nothing and locks nothing: files may come and go
-// meanwhile. Main thread only.
+// meanwhile, but for what whileStill() calls. Main thread only.
 class ExceptionStore {
  public:
   // An absolute path; nothing need be there.

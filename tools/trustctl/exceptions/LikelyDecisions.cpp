@@ -8,6 +8,7 @@
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/Progress.h"
 #include "tools/trustctl/Suggestion.h"
+#include "tools/trustctl/exceptions/StillStore.h"
 
 namespace {
 
@@ -67,10 +68,8 @@ void findSimilar(const ExceptionStore& store, const std::string& domain,
   }
 }
 
-}  // namespace
-
-LikelyDecisions findLikely(const ExceptionStore& store, const std::string& domain,
-                           const std::optional<CertificateDer>& leaf) {
+LikelyDecisions findLikelyNow(const ExceptionStore& store, const std::string& domain,
+                              const std::optional<CertificateDer>& leaf) {
   LikelyDecisions likely;
   std::set<std::string> domains;
   const std::vector<std::string> names = store.fileNames();
@@ -91,5 +90,14 @@ LikelyDecisions findLikely(const ExceptionStore& store, const std::string& domai
   if (likely.relation == DomainRelation::none) {
     findSimilar(store, domain, domains, &likely);
   }
+  return likely;
+}
+
+}  // namespace
+
+LikelyDecisions findLikely(const ExceptionStore& store, const std::string& domain,
+                           const std::optional<CertificateDer>& leaf) {
+  LikelyDecisions likely;
+  whileStill(store, [&] { likely = findLikelyNow(store, domain, leaf); });
   return likely;
 }

@@ -20,6 +20,7 @@
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
 #include "tools/trustctl/exceptions/RecordJson.h"
 #include "tools/trustctl/exceptions/RecordText.h"
+#include "tools/trustctl/exceptions/StillStore.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 
 namespace {
@@ -144,7 +145,8 @@ ExitStatus runList(const ListOptions& options) {
     if (options.domain) {
       pattern.emplace(*options.domain);
     }
-    const Listing listing = readListing(store, pattern);
+    Listing listing;
+    whileStill(store, [&] { listing = readListing(store, pattern); });
     if (options.json) {
       const std::int64_t now = currentTime();
       for (const Row& row : listing.rows) {

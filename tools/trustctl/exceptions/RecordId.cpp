@@ -14,6 +14,7 @@
 #include "tools/trustctl/Progress.h"
 #include "tools/trustctl/Suggestion.h"
 #include "tools/trustctl/exceptions/RecordName.h"
+#include "tools/trustctl/exceptions/StillStore.h"
 
 namespace {
 
@@ -92,10 +93,8 @@ ExceptionRecord readChosen(const ExceptionStore& store, const std::string& name)
   }
 }
 
-}  // namespace
-
-std::vector<StoredRecord> findRecords(const ExceptionStore& store,
-                                      const std::vector<std::string>& ids) {
+std::vector<StoredRecord> findNow(const ExceptionStore& store,
+                                  const std::vector<std::string>& ids) {
   const Names names = store.fileNames();
   NamesByDomain wanted;
   for (const std::string& id : ids) {
@@ -127,5 +126,14 @@ std::vector<StoredRecord> findRecords(const ExceptionStore& store,
       records.push_back({found.front(), readChosen(store, found.front())});
     }
   }
+  return records;
+}
+
+}  // namespace
+
+std::vector<StoredRecord> findRecords(const ExceptionStore& store,
+                                      const std::vector<std::string>& ids) {
+  std::vector<StoredRecord> records;
+  whileStill(store, [&] { records = findNow(store, ids); });
   return records;
 }

@@ -68,6 +68,7 @@ bool lockSoon(int fd, int operation, const DirectoryEntries& store) {
 StoreLock::StoreLock(const DirectoryEntries& store, Kind kind) : file_(openLockFile(store, kind)) {
   const int operation = kind == Kind::change ? LOCK_EX : LOCK_SH;
   if (file_.get() == -1 && kind == Kind::look && (errno == ENOENT || errno == EACCES)) {
+    hadNoFile_ = errno == ENOENT;
     return;
   }
   if (file_.get() == -1) {
@@ -86,4 +87,8 @@ StoreLock::StoreLock(const DirectoryEntries& store, Kind kind) : file_(openLockF
     }
     Interruption::check();
   }
+}
+
+bool StoreLock::cameTooEarly(const DirectoryEntries& store) const {
+  return hadNoFile_ && store.has(lockName);
 }

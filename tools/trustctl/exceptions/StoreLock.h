@@ -18,8 +18,12 @@ class StoreLock {
   // Throws CommandError (undecided) when the file cannot be had, and Interrupted.
   StoreLock(const DirectoryEntries& store, Kind kind);
 
+  // Whether a run has changed the store all the same: the first one ever, which has begun since.
+  bool cameTooEarly(const DirectoryEntries& store) const;
+
  private:
   FileDescriptor file_;
+  bool hadNoFile_ = false;
 };
 
 #endif
