@@ -108,6 +108,12 @@ unsigned derNumber(std::string_view content, unsigned most) {
   return value > most ? most : static_cast<unsigned>(value);
 }
 
+void expectNoParameters(DerReader& algorithm) {
+  const bool isThere = !algorithm.atEnd();
+  if (isThere && !algorithm.content(DerReader::kNull).empty()) throw DerError("odd NULL");
+  algorithm.expectEnd();
+}
+
 std::string oidText(std::string_view content) {
   constexpr std::size_t kMostBytes = 64;
   if (content.size() > kMostBytes) return "unreadable";

@@ -73,6 +73,10 @@ std::string_view derWholeBytes(std::string_view content);
 // Throws DerError for a negative one and one with superfluous bytes.
 unsigned derNumber(std::string_view content, unsigned most);
 
+// An algorithm's parameters where it has none: NULL, or nothing at all, which some write instead.
+// Throws DerError when anything else is left in `algorithm`.
+void expectNoParameters(DerReader& algorithm);
+
 // The content of an OBJECT IDENTIFIER as "2.5.29.19"; "unreadable" for what is none, and for one
 // of more than 64 bytes or with an arc beyond 64 bits.
 std::string oidText(std::string_view content);

@@ -161,7 +161,7 @@ PublicKey::PublicKey(std::string_view info) : identity_(sha256Of(info)) {
     parts.expectEnd();
     const std::string_view type = algorithm.content(DerReader::kOid);
     if (type == kRsa) {
-      if (!algorithm.atEnd()) algorithm.take();  // NULL; others are of no harm
+      expectNoParameters(algorithm);
       readRsa(bits);
     } else if (type == kEllipticCurve) {
       readCurve(algorithm.content(DerReader::kOid), bits);

@@ -67,12 +67,6 @@ const Algorithm* algorithmNamed(std::string_view oid) {
   return found == std::end(kAlgorithms) ? nullptr : found;
 }
 
-// NULL, or nothing at all, which some write instead.
-void expectNoParameters(DerReader& reader) {
-  if (!reader.atEnd() && !reader.content(DerReader::kNull).empty()) throw DerError("odd NULL");
-  reader.expectEnd();
-}
-
 const EVP_MD* (*digestNamed(std::string_view identifier))() {
   DerReader parts(derContent(identifier, DerReader::kSequence));
   const std::string_view oid = parts.content(DerReader::kOid);

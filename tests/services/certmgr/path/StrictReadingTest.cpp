@@ -94,6 +94,19 @@ TEST(StrictReading, RsaKeyWithNullForParametersIsKnown) {
   EXPECT_EQ(PublicKey::Kind::rsa, PublicKey(keyInfo(kRsa + kNull, rsaNumbers())).kind());
 }
 
+TEST(StrictReading, RsaKeyWithoutParametersIsKnown) {
+  EXPECT_EQ(PublicKey::Kind::rsa, PublicKey(keyInfo(kRsa, rsaNumbers())).kind());
+}
+
+TEST(StrictReading, RsaKeyWithNullThatHoldsSomethingIsUnknown) {
+  const std::string fullNull = element(0x05, "x");
+  EXPECT_EQ(PublicKey::Kind::other, PublicKey(keyInfo(kRsa + fullNull, rsaNumbers())).kind());
+}
+
+TEST(StrictReading, RsaKeyWithOtherParametersIsUnknown) {
+  EXPECT_EQ(PublicKey::Kind::other, PublicKey(keyInfo(kRsa + kRsa, rsaNumbers())).kind());
+}
+
 TEST(StrictReading, RsaKeyWithMoreThanItsParametersIsUnknown) {
   EXPECT_EQ(PublicKey::Kind::other, PublicKey(keyInfo(kRsa + kNull + kNull, rsaNumbers())).kind());
 }
