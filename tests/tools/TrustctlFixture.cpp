@@ -22,11 +22,6 @@
 
 namespace {
 
-std::string readFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 // Only this, the sanitizers' settings and what a test adds reach the program.
 std::vector<std::string> plainEnvironment() {
   std::vector<std::string> kept;
@@ -127,6 +122,11 @@ ProgramRun TrustctlTest::finish(pid_t child) {
   result.out = readFile(directory_.path("stdout"));
   result.err = readFile(directory_.path("stderr"));
   return result;
+}
+
+std::string TrustctlTest::readFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
 std::vector<std::string> TrustctlTest::filesBelow(const std::string& directory) {

@@ -38,6 +38,9 @@ class TrustctlTest : public testing::Test {
               const std::string& out = "");
   ProgramRun finish(pid_t child);
 
+  // What is in a file; nothing where it cannot be read.
+  static std::string readFile(const std::string& path);
+
   // The paths of regular files, sockets and pipes below a directory.
   static std::vector<std::string> filesBelow(const std::string& directory);
 

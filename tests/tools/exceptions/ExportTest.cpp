@@ -1,8 +1,9 @@
+#include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -19,11 +20,6 @@ using testing::HasSubstr;
 
 class ExceptionsExport : public ExchangeTest {
  protected:
-  static std::string readFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  }
-
   std::string file_ = directory_.path("decisions.json");
 };
 
@@ -100,6 +96,21 @@ TEST_F(ExceptionsExport, TellsADirectoryThatIsNotThere) {
   const ProgramRun result = exceptions({"export", directory_.path("none/decisions.json")});
   EXPECT_EQ(2, result.status);
   EXPECT_TRUE(isComplaint(result.err, "there is no directory"));
+}
+
+TEST_F(ExceptionsExport, TellsThatThereIsNoRoomForTheDocument) {
+  place(plainRecord("a.test", std::string(2000, 'x')));
+  inChild_ = [] {
+    constexpr rlimit small = {1000, 1000};
+    setrlimit(RLIMIT_FSIZE, &small);
+    (void)signal(SIGXFSZ, SIG_IGN);  // an error instead
+  };
+  const ProgramRun result = exceptions({"export", "-"});
+  EXPECT_EQ(3, result.status);
+  EXPECT_EQ("", result.out);
+  EXPECT_TRUE(isComplaint(result.err,
+                          "cannot keep the document in a temporary file (TMPDIR): File too large; "
+                          "free some space, or export to a file"));
 }
 
 TEST_F(ExceptionsExport, WritesTheRestWhereARecordCannotBeRead) {

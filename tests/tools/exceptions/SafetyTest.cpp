@@ -4,17 +4,19 @@
 #include <sched.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/tools/exceptions/ExceptionsFixture.h"
+#include "tests/tools/exceptions/ExchangeFixture.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/exceptions/StillStore.h"
 #include "tools/trustctl/exceptions/StoreWriter.h"
@@ -23,7 +25,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class ExceptionsSafety : public ExceptionsTest {
+class ExceptionsSafety : public ExchangeTest {
  protected:
   void placeFamily(std::size_t first, std::size_t last) {
     for (std::size_t i = first; i < last; ++i) {
@@ -53,6 +55,21 @@ class ExceptionsSafety : public ExceptionsTest {
       sched_yield();
       waitid(P_PID, static_cast<id_t>(run), &ended, WEXITED | WNOHANG | WNOWAIT);
     }
+  }
+
+  // A run that finds the store locked while the last decision of a hash, of the domain "ab", takes
+  // the place of one that goes: its own name leads nowhere then.
+  ProgramRun whileMoved(const std::vector<std::string>& words) {
+    const std::string removed = store_ + "/" + place(family_[0], 0);
+    const std::string moved = store_ + "/" + place(family_[1], 1);
+    const int lock = lockStore();
+    const std::string between = directory_.path("between");
+    fs::rename(moved, between);
+    const pid_t reader = start(commandLine(words));
+    awaitLockOrEnd(reader);
+    fs::rename(between, removed);
+    close(lock);
+    return finish(reader);
   }
 
   std::vector<ExceptionRecord> family_ = recordsOfOneHash(10);
@@ -110,23 +127,42 @@ TEST_F(ExceptionsSafety, LibraryThatAddsWhileTheToolRemovesLosesNothing) {
                                     family_[8]}));
 }
 
-// Where the last decision takes the place of one that is removed, its own name leads nowhere.
 TEST_F(ExceptionsSafety, DecisionThatAnotherRunMovesIsFound) {
   for (const std::vector<std::string>& words :
        {std::vector<std::string>{"remove", "--yes", "ab"}, {"show", "ab"}, {"list"}}) {
-    const std::string removed = store_ + "/" + place(family_[0], 0);
-    const std::string moved = store_ + "/" + place(family_[1], 1);
-    const int lock = lockStore();
-    const std::string between = directory_.path("between");
-    fs::rename(moved, between);
-    const pid_t reader = start(commandLine(words));
-    awaitLockOrEnd(reader);
-    fs::rename(between, removed);
-    close(lock);
-    const ProgramRun run = finish(reader);
+    const ProgramRun run = whileMoved(words);
     EXPECT_EQ(0, run.status) << words.front() << ": " << run.err;
     EXPECT_THAT(run.out, testing::HasSubstr("ab")) << words.front();
   }
+}
+
+TEST_F(ExceptionsSafety, DecisionThatAnotherRunMovesIsCounted) {
+  family_[1].expires = 0;
+  const std::string document = directory_.write("document", documentOf({family_[1]}));
+  for (const std::vector<std::string>& words : {std::vector<std::string>{"export", "-"},
+                                                {"prune", "--expired", "--dry-run"},
+                                                {"import", "--dry-run", document}}) {
+    const std::string told = whileMoved(words).out;
+    EXPECT_EQ(exceptions(words).out, told) << words.front();
+  }
+  EXPECT_EQ(0, whileMoved({"export", directory_.path("new")}).status);
+  EXPECT_EQ(documentOf({family_[1]}), readFile(directory_.path("new")));
+}
+
+TEST_F(ExceptionsSafety, ExportThatNobodyReadsKeepsNobodyWaiting) {
+  constexpr std::size_t morePipesHold = std::size_t{2} * 1024 * 1024;
+  place(plainRecord("a.test", std::string(morePipesHold, 'x')));
+  placeFamily(0, 1);
+  const std::string pipe = directory_.path("pipe");
+  ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+  const pid_t writer = start(commandLine({"export", "-"}), "", pipe);
+  std::ifstream reader(pipe);
+  const int first = reader.get();  // it is writing now
+  EXPECT_EQ(0, exceptions({"remove", "--yes", "a"}).status);
+  const std::string rest{std::istreambuf_iterator<char>(reader), {}};
+  EXPECT_EQ(0, finish(writer).status);
+  EXPECT_EQ(documentOf({family_[0], plainRecord("a.test", std::string(morePipesHold, 'x'))}),
+            static_cast<char>(first) + rest);
 }
 
 TEST_F(ExceptionsSafety, LookBeganBeforeTheFirstChangeOfAllIsRepeated) {

@@ -19,6 +19,7 @@
 #include "tools/trustctl/FileDescriptor.h"
 #include "tools/trustctl/Interruption.h"
 #include "tools/trustctl/Options.h"
+#include "tools/trustctl/WriteAll.h"
 
 namespace {
 
@@ -54,14 +55,8 @@ int writeWhole(const std::string& path, std::string_view text) {
   if (file.get() == -1) {
     return errno;
   }
-  while (!text.empty()) {
-    const ssize_t count = write(file.get(), text.data(), text.size());
-    if (count == -1) {
-      return errno;
-    }
-    text.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return fsync(file.get()) == 0 ? 0 : errno;
+  const int error = writeAll(file.get(), text);
+  return error != 0 || fsync(file.get()) == 0 ? error : errno;
 }
 
 // Not every file system can refuse to replace; there the check made before has to do.

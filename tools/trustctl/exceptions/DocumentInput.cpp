@@ -2,16 +2,13 @@
 
 #include <errno.h>
 #include <fcntl.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <string_view>
+#include <system_error>
 
 #include <fmt/format.h>
 
-#include "services/common/FileSystem.h"
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/InputFile.h"
@@ -23,37 +20,7 @@ std::string reasonOf(int error) {
   return std::generic_category().message(error);
 }
 
-[[noreturn]] void failToCopy(int error) {
-  throw CommandError(ExitStatus::undecided,
-                     fmt::format("cannot keep standard input in a temporary file (TMPDIR): {}; "
-                                 "free some space, or import from a file",
-                                 reasonOf(error)));
-}
-
-void makeUnnamedFile(FileDescriptor* file) {
-  std::string path = (std::filesystem::path(temporaryDirectory()) / "trustctl-XXXXXX").string();
-  const InterruptionBlocker blocker;  // made and without a name, or neither
-  const int fd = mkostemp(path.data(), O_CLOEXEC);
-  if (fd == -1) {
-    failToCopy(errno);
-  }
-  file->reset(fd);
-  unlink(path.c_str());
-}
-
-void writeAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = write(fd, bytes.data(), bytes.size());
-    if (written == -1 && errno != EINTR) {
-      failToCopy(errno);
-    }
-    Interruption::check();
-    bytes.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
-  }
-}
-
-void copyStandardInput(FileDescriptor* copy) {
-  makeUnnamedFile(copy);
+void copyStandardInput(UnnamedFile* copy) {
   std::string buffer(std::size_t{256} * 1024, '\0');
   for (;;) {
     Interruption::check();
@@ -62,7 +29,7 @@ void copyStandardInput(FileDescriptor* copy) {
       return;
     }
     if (length > 0) {
-      writeAll(copy->get(), {buffer.data(), static_cast<std::size_t>(length)});
+      copy->write({buffer.data(), static_cast<std::size_t>(length)});
     } else if (errno != EINTR) {
       throw CommandError(
           ExitStatus::wrongUse,
@@ -90,7 +57,7 @@ void openPlainFile(const std::string& path, const std::string& name, FileDescrip
 
 DocumentInput::DocumentInput(const std::string& path) : name_(inputName(path)) {
   if (path == "-") {
-    copyStandardInput(&file_);
+    copyStandardInput(&copy_.emplace("standard input", "import from a file"));
   } else {
     openPlainFile(path, name_, &file_);
   }

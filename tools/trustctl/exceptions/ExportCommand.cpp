@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -20,7 +19,9 @@
 #include "tools/trustctl/exceptions/ExceptionStore.h"
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
 #include "tools/trustctl/exceptions/NewFile.h"
+#include "tools/trustctl/exceptions/StillStore.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
+#include "tools/trustctl/exceptions/UnnamedFile.h"
 
 namespace {
 
@@ -102,16 +103,19 @@ std::vector<Entry> sortedEntries(const ExceptionStore& store, const ExportOption
   return entries;
 }
 
-std::size_t writeDocument(const ExceptionStore& store, const std::vector<Entry>& entries,
-                          const std::function<void(const std::string&)>& write,
+// Returns how many decisions it wrote.
+template <class File>
+std::size_t writeDocument(const ExceptionStore& store, const ExportOptions& options, File* file,
                           Failures* failures) {
-  write(documentStart);
+  *failures = {};
+  const std::vector<Entry> entries = sortedEntries(store, options, failures);
+  file->write(documentStart);
   std::size_t written = 0;
   Progress progress("writing", entries.size());
   for (const Entry& entry : entries) {
     progress.advance();
     try {
-      write(documentLine(store.read(entry.fileName), written == 0));
+      file->write(documentLine(store.read(entry.fileName), written == 0));
       ++written;
     } catch (const CommandError&) {
       throw;
@@ -121,23 +125,41 @@ std::size_t writeDocument(const ExceptionStore& store, const std::vector<Entry>&
       }
     }
   }
-  write(documentEnd);
+  file->write(documentEnd);
   return written;
+}
+
+// Standard output may be a pipe that nobody reads for hours: the document is on disk before a
+// byte of it goes there, so that no other run has to wait for that.
+void exportToOutput(const ExceptionStore& store, const ExportOptions& options, Failures* failures) {
+  std::optional<UnnamedFile> document;
+  whileStill(store, [&] {
+    document.emplace("the document", "export to a file");
+    writeDocument(store, options, &*document, failures);
+  });
+  document->readAll([](const std::string& bytes) { print(bytes); });
+}
+
+void exportToFile(const ExceptionStore& store, const ExportOptions& options, Failures* failures) {
+  std::optional<NewFile> document;
+  std::size_t written = 0;
+  whileStill(store, [&] {
+    document.reset();
+    document.emplace(options.file);
+    written = writeDocument(store, options, &*document, failures);
+  });
+  document->finish();
+  print(fmt::format("{} decision{} exported to '{}'.\n", written, written == 1 ? "" : "s",
+                    printableText(options.file)));
 }
 
 ExitStatus runExport(const ExportOptions& options) {
   const ExceptionStore store(options.store.directory());
   Failures failures;
   if (options.file == "-") {
-    writeDocument(store, sortedEntries(store, options, &failures), print, &failures);
+    exportToOutput(store, options, &failures);
   } else {
-    NewFile file(options.file);
-    const std::size_t written = writeDocument(
-        store, sortedEntries(store, options, &failures),
-        [&file](const std::string& bytes) { file.write(bytes); }, &failures);
-    file.finish();
-    print(fmt::format("{} decision{} exported to '{}'.\n", written, written == 1 ? "" : "s",
-                      printableText(options.file)));
+    exportToFile(store, options, &failures);
   }
   failures.throwIfAny();
   return ExitStatus::trusted;

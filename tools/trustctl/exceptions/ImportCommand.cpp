@@ -15,6 +15,7 @@
 #include "tools/trustctl/exceptions/DocumentReader.h"
 #include "tools/trustctl/exceptions/ExceptionsCommands.h"
 #include "tools/trustctl/exceptions/RecordText.h"
+#include "tools/trustctl/exceptions/StillStore.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 #include "tools/trustctl/exceptions/StoreWriter.h"
 #include "tools/trustctl/exceptions/StoredDecision.h"
@@ -93,6 +94,9 @@ class Import {
 
   const Tally& tally() const { return tally_; }
 
+  // What a dry run has to say; nothing where nobody is to read it.
+  const std::string& announcements() const { return announcements_; }
+
  private:
   void countStored(std::size_t number, const ExceptionRecord& record, const StoredRecord& stored) {
     const char* what = contradiction(record, stored.record);
@@ -116,8 +120,8 @@ class Import {
     }
     ++tally_.stored;
     if (!isQuiet_) {
-      print(fmt::format("would store {}, in spite of {}\n", domainWords(record.domain),
-                        warningWords(record.warnings)));
+      announcements_ += fmt::format("would store {}, in spite of {}\n", domainWords(record.domain),
+                                    warningWords(record.warnings));
     }
   }
 
@@ -127,6 +131,7 @@ class Import {
   std::optional<StoreWriter> writer_;
   Progress progress_;
   std::set<std::string> announced_;
+  std::string announcements_;
   Tally tally_;
 };
 
@@ -162,20 +167,30 @@ ExitStatus runImport(const ImportOptions& options) {
   readChecked(options, input,
               [&total](std::size_t number, const ExceptionRecord&) { total = number; });
   Tally tally;
+  std::string announcements;
   std::size_t current = 0;
-  try {
+  const auto takeAll = [&] {
     Import import(options, total);
     readChecked(options, input, [&](std::size_t number, const ExceptionRecord& record) {
       current = number;
       import.take(number, record);
     });
     tally = import.tally();
+    announcements = import.announcements();
+  };
+  try {
+    if (options.dryRun) {
+      whileStill(ExceptionStore(options.store.directory()), takeAll);
+    } else {
+      takeAll();
+    }
   } catch (const CommandError& error) {
     throw CommandError(error.status(), current == 0
                                            ? std::string(error.what())
                                            : fmt::format("{}: decision {} of {}: {}", input.name(),
                                                          current, total, error.what()));
   }
+  print(announcements);
   print(options.json ? tallyJson(tally, options.dryRun) : tallyText(tally, options.dryRun));
   return tally.conflicts == 0 ? ExitStatus::trusted : ExitStatus::notTrusted;
 }

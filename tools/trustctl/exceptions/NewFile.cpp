@@ -13,6 +13,7 @@
 #include "services/common/PrintableText.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/Interruption.h"
+#include "tools/trustctl/WriteAll.h"
 
 namespace {
 
@@ -78,16 +79,9 @@ void NewFile::write(const std::string& bytes) {
 }
 
 void NewFile::flush() {
-  std::size_t done = 0;
-  while (done < buffer_.size()) {
-    const ssize_t written = ::write(file_.get(), buffer_.data() + done, buffer_.size() - done);
-    if (written == -1 && errno == EINTR) {
-      Interruption::check();
-    } else if (written == -1) {
-      directory_.fail("write", temporaryName_, errno);
-    } else {
-      done += static_cast<std::size_t>(written);
-    }
+  const int error = writeAll(file_.get(), buffer_);
+  if (error != 0) {
+    directory_.fail("write", temporaryName_, error);
   }
   buffer_.clear();
 }

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -19,6 +20,7 @@
 #include "tools/trustctl/exceptions/RecordJson.h"
 #include "tools/trustctl/exceptions/RecordText.h"
 #include "tools/trustctl/exceptions/Removals.h"
+#include "tools/trustctl/exceptions/StillStore.h"
 #include "tools/trustctl/exceptions/StoreOption.h"
 #include "tools/trustctl/exceptions/StoreWriter.h"
 
@@ -80,10 +82,11 @@ std::vector<std::string> recordNames(const ExceptionStore& store) {
   return names;
 }
 
-// `removals` are null for a dry run.
-std::size_t prune(const ExceptionStore& store, const Limits& limits, bool json,
-                  Removals* removals) {
-  std::size_t count = 0;
+// Takes the name of one that is due, and the line that tells of it.
+using DueTaker = std::function<void(const std::string& name, const std::string& line)>;
+
+void findDue(const ExceptionStore& store, const Limits& limits, bool json, bool removed,
+             const DueTaker& take) {
   const std::vector<std::string> names = recordNames(store);
   Progress progress("looking at", names.size());
   for (const std::string& name : names) {
@@ -97,32 +100,47 @@ std::size_t prune(const ExceptionStore& store, const Limits& limits, bool json,
     if (!isDue(*record, store.writtenAt(name), limits)) {
       continue;
     }
-    const bool removed = removals != nullptr;
-    const std::string line = json ? removalJson(name, &*record, removed)
-                                  : fmt::format("{}: {}\n", removed ? "removed" : "would remove",
-                                                recordLine(name, *record));
-    if (removed) {
-      removals->remove(name, line);
-    } else {
-      print(line);
-    }
-    ++count;
+    take(name, json ? removalJson(name, &*record, removed)
+                    : fmt::format("{}: {}\n", removed ? "removed" : "would remove",
+                                  recordLine(name, *record)));
   }
+}
+
+// Returns how many were removed.
+std::size_t prune(const ExceptionStore& store, const Limits& limits, bool json) {
+  if (store.fileNames().empty()) {
+    return 0;
+  }
+  StoreWriter writer(store.directory());
+  Removals removals(&writer);
+  std::size_t count = 0;
+  findDue(store, limits, json, true, [&](const std::string& name, const std::string& line) {
+    removals.remove(name, line);
+    ++count;
+  });
+  removals.finish();
   return count;
+}
+
+// Returns how many would be removed.
+std::size_t tellDue(const ExceptionStore& store, const Limits& limits, bool json) {
+  std::vector<std::string> lines;
+  whileStill(store, [&] {
+    lines.clear();
+    findDue(store, limits, json, false,
+            [&](const std::string&, const std::string& line) { lines.push_back(line); });
+  });
+  for (const std::string& line : lines) {
+    print(line);
+  }
+  return lines.size();
 }
 
 ExitStatus runPrune(const PruneOptions& options) {
   const Limits limits = limitsOf(options);
   const ExceptionStore store(options.store.directory());
-  std::size_t count = 0;
-  if (options.dryRun) {
-    count = prune(store, limits, options.json, nullptr);
-  } else if (!store.fileNames().empty()) {
-    StoreWriter writer(store.directory());
-    Removals removals(&writer);
-    count = prune(store, limits, options.json, &removals);
-    removals.finish();
-  }
+  const std::size_t count =
+      options.dryRun ? tellDue(store, limits, options.json) : prune(store, limits, options.json);
   if (count == 0 && !options.json) {
     print(fmt::format("nothing to remove in {}\n", printableText(store.directory(), 300)));
   }

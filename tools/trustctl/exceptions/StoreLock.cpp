@@ -78,8 +78,8 @@ StoreLock::StoreLock(const DirectoryEntries& store, Kind kind) : file_(openLockF
     if (lockSoon(file_.get(), operation, store)) {
       return;
     }
-    printComplaint(
-        fmt::format("waiting for another trustctl that changes '{}'", printableText(store.path())));
+    printComplaint(fmt::format("waiting for another trustctl that is at work in '{}'",
+                               printableText(store.path())));
   }
   while (flock(file_.get(), operation) == -1) {
     if (errno != EINTR) {
