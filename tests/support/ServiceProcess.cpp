@@ -10,6 +10,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "tests/support/SendSignal.h"
+
 namespace {
 
 constexpr int kReadyFd = 9;
@@ -71,7 +73,7 @@ std::string ServiceProcess::errors() const {
 }
 
 int ServiceProcess::end(int signal) {
-  kill(pid_, signal);
+  sendSignal(pid_, signal);
   return wait();
 }
 
@@ -95,7 +97,7 @@ bool endsWithItsParent(const std::function<std::unique_ptr<ServiceProcess>()>& s
   close(alive[1]);
   char byte = 0;
   const bool started = read(alive[0], &byte, 1) == 1 && byte == 'y';
-  kill(parent, SIGKILL);
+  sendSignal(parent, SIGKILL);
   waitpid(parent, nullptr, 0);
   const bool ended = read(alive[0], &byte, 1) == 0;  // returns when the service has ended
   close(alive[0]);

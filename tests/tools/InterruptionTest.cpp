@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/SendSignal.h"
 #include "tests/support/SlowBuild.h"
 #include "tests/tools/SilentService.h"
 #include "tests/tools/TrustctlFixture.h"
@@ -41,7 +42,7 @@ TEST_P(InterruptedBy, ASignalDuringTheVerificationDiesOfIt) {
   environment_["PPS_RUNTIME_DIR"] = directory_.path("run");
   const pid_t child = start({"verify", chainFile_});
   service.awaitRequest();
-  ASSERT_EQ(0, kill(child, GetParam()));
+  ASSERT_EQ(0, sendSignal(child, GetParam()));
   const ProgramRun result = finish(child);
   EXPECT_EQ(-GetParam(), result.status);
   EXPECT_EQ("", result.out);
@@ -55,7 +56,7 @@ TEST_P(InterruptedBy, ASignalDuringTheStartOfPrivateServicesDiesOfIt) {
   environment_["TRUST_CERTMGRD"] = announcingService("exec sleep 1000\n");
   const pid_t child = start({"verify", chainFile_});
   awaitServiceStart();
-  ASSERT_EQ(0, kill(child, GetParam()));
+  ASSERT_EQ(0, sendSignal(child, GetParam()));
   EXPECT_EQ(-GetParam(), finish(child).status);
 }
 
@@ -65,7 +66,7 @@ TEST_F(Interrupted, ByASignalBeforeAServiceThatIgnoresItAllTheSame) {
   environment_["TRUST_CERTMGRD"] = announcingService("trap '' TERM INT HUP\nexec sleep 1000\n");
   const pid_t child = start({"verify", chainFile_});
   awaitServiceStart();
-  ASSERT_EQ(0, kill(child, SIGINT));
+  ASSERT_EQ(0, sendSignal(child, SIGINT));
   EXPECT_EQ(-SIGINT, finish(child).status);
 }
 
@@ -76,7 +77,7 @@ TEST_F(Interrupted, ByAHangupThatIsIgnoredGoesOn) {
   const pid_t child = start({"verify", "--timeout", "1", chainFile_});
   ASSERT_NE(SIG_ERR, signal(SIGHUP, SIG_DFL));
   service.awaitRequest();
-  ASSERT_EQ(0, kill(child, SIGHUP));
+  ASSERT_EQ(0, sendSignal(child, SIGHUP));
   EXPECT_EQ(3, finish(child).status);
 }
 
@@ -85,7 +86,7 @@ TEST_F(Interrupted, ByAKillLeavesTheClearingToTheService) {
   environment_["TRUST_CERTMGRD"] = announcingService("exec '" CERTMGRD_PROGRAM "' \"$@\"\n");
   const pid_t child = start({"verify", chainFile_});
   awaitServiceStart();
-  ASSERT_EQ(0, kill(child, SIGKILL));
+  ASSERT_EQ(0, sendSignal(child, SIGKILL));
   EXPECT_EQ(-SIGKILL, finish(child).status);
   awaitOrphans();
 }
@@ -97,7 +98,7 @@ TEST_F(Interrupted, ByAKillWhileTheServiceListensLeavesTheClearingToIt) {
   const pid_t child = start({"verify", chainFile_});
   awaitServiceStart();
   awaitControlObjectBelow(temporary_);
-  ASSERT_EQ(0, kill(child, SIGKILL));
+  ASSERT_EQ(0, sendSignal(child, SIGKILL));
   EXPECT_EQ(-SIGKILL, finish(child).status);
   awaitOrphans();
 }

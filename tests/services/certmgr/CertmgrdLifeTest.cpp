@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/services/certmgr/CertmgrdFixture.h"
+#include "tests/support/SendSignal.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ TEST_F(CertmgrdTest, SignalsThatGoOnDoNotCutTheCleaningUpShort) {
   ASSERT_TRUE(service.isReady()) << service.errors();
   std::atomic<bool> ended{false};
   std::thread sender([&, pid = service.pid()] {
-    while (!ended) kill(pid, SIGTERM);
+    while (!ended) sendSignal(pid, SIGTERM);
   });
   siginfo_t info{};  // leaves the child to be waited for, so that its number stays its own
   waitid(P_PID, static_cast<id_t>(service.pid()), &info, WEXITED | WNOWAIT);

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/services/certmgr/CertmgrdFixture.h"
+#include "tests/support/SendSignal.h"
 
 namespace {
 
@@ -156,7 +157,7 @@ TEST_F(CertmgrdTest, CheckOfAStoreCanBeEnded) {
   writeEnd = OwnedFd();
   pollfd event = {readEnd.get(), POLLIN, 0};
   poll(&event, 1, -1);
-  kill(child, SIGTERM);
+  sendSignal(child, SIGTERM);
   int status = 0;
   waitpid(child, &status, 0);
   EXPECT_TRUE(WIFSIGNALED(status));

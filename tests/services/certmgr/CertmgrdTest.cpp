@@ -18,6 +18,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/services/certmgr/CertmgrdFixture.h"
+#include "tests/support/SendSignal.h"
 
 namespace {
 
@@ -254,7 +255,7 @@ TEST_F(CertmgrdTest, SameChainGetsTheSameBytesInAnyOrderAndWhateverIsRemembered)
     const std::string answer = ask(request(paths));
     if (expected.empty()) expected = answer;
     EXPECT_EQ(expected, answer);
-    kill(service_->pid(), SIGHUP);  // forgets all
+    sendSignal(service_->pid(), SIGHUP);  // forgets all
     EXPECT_EQ(expected, ask(request(paths)));
   } while (std::next_permutation(others.begin(), others.begin() + 4));
   EXPECT_THAT(expected, HasSubstr("\"warnings\":[\"KU_INVALID\"]"));

@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "platform/objects/ControlObject.h"
+#include "tests/support/SendSignal.h"
 
 namespace {
 
@@ -87,7 +88,7 @@ std::string DialogAsker::answer() {
 
 void DialogAsker::giveUp() {
   if (process_ == -1) return;
-  kill(process_, SIGKILL);
+  sendSignal(process_, SIGKILL);
   waitpid(process_, nullptr, 0);
   process_ = -1;
 }

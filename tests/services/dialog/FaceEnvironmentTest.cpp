@@ -14,6 +14,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/SendSignal.h"
+
 namespace {
 
 using testing::ElementsAre;
@@ -56,7 +58,7 @@ class Process {
   pid_t id() const { return id_; }
   void end() {
     if (id_ == -1) return;
-    kill(id_, SIGKILL);
+    sendSignal(id_, SIGKILL);
     waitpid(id_, nullptr, 0);
     close(input_);
     id_ = -1;

@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/PseudoTerminal.h"
+#include "tests/support/SendSignal.h"
 
 namespace {
 
@@ -38,7 +39,7 @@ class OddlyNamedProcess {
     close(ready[0]);
   }
   ~OddlyNamedProcess() {
-    kill(id_, SIGKILL);
+    sendSignal(id_, SIGKILL);
     waitpid(id_, nullptr, 0);
   }
   OddlyNamedProcess(const OddlyNamedProcess&) = delete;

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/SendSignal.h"
 #include "tests/tools/connect/ConnectFixture.h"
 #include "tests/tools/connect/ScriptedServer.h"
 
@@ -192,7 +193,7 @@ class ConnectInterrupted : public ConnectTest, public testing::WithParamInterfac
     });
     const pid_t child = start(connectWords(server.target(), more));
     begun.get_future().wait();
-    kill(child, GetParam());
+    sendSignal(child, GetParam());
     return finish(child);
   }
 };

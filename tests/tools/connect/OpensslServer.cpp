@@ -8,6 +8,8 @@
 
 #include <stdexcept>
 
+#include "tests/support/SendSignal.h"
+
 namespace {
 
 [[noreturn]] void become(std::vector<std::string>& words, int output) {
@@ -87,6 +89,6 @@ void OpensslServer::awaitListening(int output) {
 }
 
 void OpensslServer::end() {
-  kill(pid_, SIGKILL);
+  sendSignal(pid_, SIGKILL);
   waitpid(pid_, nullptr, 0);
 }

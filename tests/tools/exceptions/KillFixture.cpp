@@ -10,6 +10,7 @@
 #include <limits>
 #include <stdexcept>
 
+#include "tests/support/SendSignal.h"
 #include "tests/support/SlowBuild.h"
 #include "tools/trustctl/exceptions/Diagnosis.h"
 
@@ -72,7 +73,7 @@ int KillTest::runTo(const std::vector<std::string>& arguments, int point) {
     const long call = signal == systemCallStop ? nextSystemCall(child) : -1;
     isAtWork = isAtWork || call == SYS_flock;
     if (isAtWork && call != -1 && ++met == point) {
-      kill(child, SIGKILL);
+      sendSignal(child, SIGKILL);
       finish(child);
       return met;
     }

@@ -16,6 +16,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/SendSignal.h"
 #include "tests/tools/exceptions/ExchangeFixture.h"
 #include "tools/trustctl/CommandError.h"
 #include "tools/trustctl/exceptions/StillStore.h"
@@ -197,7 +198,7 @@ TEST_F(ExceptionsSafety, WaitForAnotherRunEndsWithASignal) {
   const int lock = lockStore();
   const pid_t child = start(commandLine({"remove", "--yes", "a"}));
   awaitLockOrEnd(child);
-  kill(child, SIGTERM);
+  sendSignal(child, SIGTERM);
   EXPECT_EQ(-SIGTERM, finish(child).status);
   EXPECT_TRUE(libraryFinds(store_, family_[0]));
   close(lock);

@@ -12,6 +12,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/SendSignal.h"
 #include "tests/tools/SilentService.h"
 #include "tests/tools/TrustctlFixture.h"
 
@@ -235,7 +236,7 @@ TEST_F(ManyVerdicts, SignalEndsTheWaitsOfAllAtOnce) {
   environment_["PPS_RUNTIME_DIR"] = directory_.path("run");
   const pid_t child = start({"verify", "--jobs", "4", "--timeout", "86400", chains_});
   service.awaitRequest();
-  kill(child, SIGINT);
+  sendSignal(child, SIGINT);
   EXPECT_EQ(-SIGINT, finish(child).status);
   fs::remove_all(home_ + "/tmp");
 }

@@ -10,6 +10,8 @@
 #include <csignal>
 #include <stdexcept>
 
+#include "tests/support/SendSignal.h"
+
 namespace {
 
 constexpr int kPatienceMilliseconds = 25000;  // for a program that hangs
@@ -92,7 +94,7 @@ int FaceProcess::wait() {
 }
 
 void FaceProcess::kill(int signal) const {
-  ::kill(pid_, signal);
+  sendSignal(pid_, signal);
 }
 
 std::string FaceProcess::errors() const {
