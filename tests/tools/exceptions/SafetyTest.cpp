@@ -152,7 +152,8 @@ TEST_F(ExceptionsSafety, DecisionThatAnotherRunMovesIsCounted) {
 
 TEST_F(ExceptionsSafety, ExportThatNobodyReadsKeepsNobodyWaiting) {
   constexpr std::size_t morePipesHold = std::size_t{2} * 1024 * 1024;
-  place(plainRecord("a.test", std::string(morePipesHold, 'x')));
+  const ExceptionRecord large = plainRecord("a.test", std::string(morePipesHold, 'x'));
+  place(large);
   placeFamily(0, 1);
   const std::string pipe = directory_.path("pipe");
   ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
@@ -162,8 +163,7 @@ TEST_F(ExceptionsSafety, ExportThatNobodyReadsKeepsNobodyWaiting) {
   EXPECT_EQ(0, exceptions({"remove", "--yes", "a"}).status);
   const std::string rest{std::istreambuf_iterator<char>(reader), {}};
   EXPECT_EQ(0, finish(writer).status);
-  EXPECT_EQ(documentOf({family_[0], plainRecord("a.test", std::string(morePipesHold, 'x'))}),
-            static_cast<char>(first) + rest);
+  EXPECT_EQ(documentOf({family_[0], large}), static_cast<char>(first) + rest);
 }
 
 TEST_F(ExceptionsSafety, LookBeganBeforeTheFirstChangeOfAllIsRepeated) {
